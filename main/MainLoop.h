@@ -1,0 +1,19 @@
+#pragma once
+// The daemon's single select loop.
+
+#include <csignal>
+
+class CInputOutputHandler;
+struct SProgramOptions;
+
+// Set to end the main loop after the current pass: by the loop itself when a
+// file or replay source runs dry, and by SIGTERM or SIGINT.
+extern volatile std::sig_atomic_t g_stopFlag;
+
+// Sets the stop flag on SIGTERM and SIGINT, so the daemon ends its loop and
+// cleans up, and ignores SIGPIPE, so a peer that went away never kills it.
+void InstallStopSignals();
+
+// Runs passes until the stop flag is set: opens the source when it is closed,
+// waits at most 100 ms for it to become readable, and reads what came.
+void RunMainLoop(CInputOutputHandler& source, const SProgramOptions& options);

@@ -1,0 +1,49 @@
+// quillond: owns the GNSS receiver. Settles the options, builds the byte
+// source and the objects that consume it, and runs the select loop.
+
+#include <iostream>
+#include <memory>
+
+#include "io/InputOutputHandler.h"
+#include "main/MainLoop.h"
+#include "main/ProgramOptions.h"
+#include "main/Startup.h"
+#include "platform/Config/Config.h"
+#include "platform/Core/CrashHandler.h"
+
+int main(int argc, char* argv[]) {
+    Core::Utilities::CrashHandler::Instance().Enable("quillond");
+
+    if (IsHelpRequest(argc, argv)) {
+        PrintUsage(std::cout, argv[0]);
+        return 0;
+    }
+
+    ReserveStandardDescriptors();
+
+    SProgramOptions& options = ProgramOptions();
+    ApplyConfiguration(options, CConfig::GetSystemConfig());
+    if (!ApplyCommandLine(options, argc, argv, std::cerr)) return -1;
+
+    if (options.GetElevatePriority() && !ElevatePriority()) {
+        std::cerr << "Unable to set process priority" << std::endl;
+        return -1;
+    }
+
+    // Construction order: byte source, framers, observers, command manager,
+    // port handler, remote method server.
+    std::unique_ptr<CInputOutputHandler> source = CreateByteSource(options);
+    if (!source) {
+        if (options.IsTolvek()) {
+            std::cerr << "Port-router source (io type 3) is not available in this build. Exiting"
+                      << std::endl;
+        } else {
+            std::cerr << "Unrecognised I/O type. Exiting" << std::endl;
+        }
+        return -1;
+    }
+
+    InstallStopSignals();
+    RunMainLoop(*source, options);
+    return 0;
+}
