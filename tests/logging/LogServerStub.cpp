@@ -1,0 +1,115 @@
+#include "tests/logging/LogServerStub.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+namespace LoggingTest {
+
+namespace {
+
+int BindLoopback(int& port) {
+    const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) throw std::runtime_error("socket failed");
+    struct sockaddr_in address;
+    std::memset(&address, 0, sizeof(address));
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = 0;
+    socklen_t length = sizeof(address);
+    if (::bind(fd, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)) != 0 ||
+        ::getsockname(fd, reinterpret_cast<struct sockaddr*>(&address), &length) != 0) {
+        ::close(fd);
+        throw std::runtime_error("bind failed");
+    }
+    port = ntohs(address.sin_port);
+    return fd;
+}
+
+}  // namespace
+
+CLogServerStub::CLogServerStub(int receiveBuffer) {
+    m_socket = BindLoopback(m_port);
+    if (::setsockopt(m_socket, SOL_SOCKET, SO_RCVBUFFORCE, &receiveBuffer, sizeof(receiveBuffer)) !=
+        0) {
+        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof(receiveBuffer));
+    }
+}
+
+CLogServerStub::~CLogServerStub() { ::close(m_socket); }
+
+std::string CLogServerStub::Receive() {
+    struct pollfd ready = {m_socket, POLLIN, 0};
+    if (::poll(&ready, 1, 5000) <= 0) return std::string();
+    std::vector<char> buffer(70000);
+    const ssize_t length = ::recv(m_socket, buffer.data(), buffer.size(), 0);
+    if (length <= 0) return std::string();
+    return std::string(buffer.data(), static_cast<size_t>(length));
+}
+
+nlohmann::json CLogServerStub::ReceiveJson() {
+    const std::string text = Receive();
+    EXPECT_FALSE(text.empty()) << "no datagram arrived";
+    nlohmann::json parsed = nlohmann::json::parse(text, nullptr, false);
+    EXPECT_FALSE(parsed.is_discarded()) << "not JSON: " << text;
+    return parsed;
+}
+
+int ClosedPort() {
+    int port = 0;
+    ::close(BindLoopback(port));
+    return port;
+}
+
+std::string WriteServerConfig(const TestSupport::TempDir& dir, const std::string& host, int port,
+                              const std::string& extra) {
+    const std::string path = dir.File("system.conf");
+    TestSupport::WriteWholeFile(
+        path, "[LogServer]\nhost = " + host + "\nport = " + std::to_string(port) + "\n" + extra);
+    return path;
+}
+
+std::string Base64Decode(const std::string& text) {
+    static const std::string alphabet =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string bytes;
+    unsigned bits = 0;
+    int count = 0;
+    for (char c : text) {
+        if (c == '=') break;
+        const size_t value = alphabet.find(c);
+        if (value == std::string::npos) {
+            ADD_FAILURE() << "not a base64 character: " << static_cast<int>(c);
+            return bytes;
+        }
+        bits = (bits << 6) | static_cast<unsigned>(value);
+        count += 6;
+        if (count >= 8) {
+            count -= 8;
+            bytes += static_cast<char>((bits >> count) & 0xFF);
+        }
+    }
+    return bytes;
+}
+
+std::vector<std::string> FieldShape(const nlohmann::json& datagram) {
+    std::vector<std::string> shape;
+    for (auto field = datagram.begin(); field != datagram.end(); ++field) {
+        const nlohmann::json& value = field.value();
+        std::string type = value.type_name();
+        if (value.is_number_integer()) type = "integer";
+        if (value.is_number_float()) type = "number";
+        shape.push_back(field.key() + ":" + type);
+    }
+    std::sort(shape.begin(), shape.end());
+    return shape;
+}
+
+}  // namespace LoggingTest
