@@ -54,7 +54,26 @@ void WriteNumber(int number) {
     WriteText(digits + position);
 }
 
+// With the default action restored and the signal unblocked, raising it
+// again ends the process here, as it would have ended without us (exit
+// status and core dump included), without returning to the faulting code.
+void DieOf(int signalNumber) {
+    ::signal(signalNumber, SIG_DFL);
+    sigset_t pending;
+    sigemptyset(&pending);
+    sigaddset(&pending, signalNumber);
+    ::sigprocmask(SIG_UNBLOCK, &pending, nullptr);
+    ::raise(signalNumber);
+}
+
+// The signal being reported; a second fault while reporting (an unwinder
+// that cannot walk the stack) ends the process with the first one.
+volatile sig_atomic_t g_reportedSignal = 0;
+
 void OnFatalSignal(int signalNumber) {
+    if (g_reportedSignal != 0) DieOf(g_reportedSignal);
+    g_reportedSignal = signalNumber;
+
     WriteText(g_processName);
     WriteText(": fatal signal ");
     WriteNumber(signalNumber);
@@ -65,10 +84,7 @@ void OnFatalSignal(int signalNumber) {
     int count = ::backtrace(frames, kMaxFrames);
     ::backtrace_symbols_fd(frames, count, STDERR_FILENO);
 
-    // The signal is blocked while we run; with the default action restored it
-    // is delivered again on return, and a fault re-executes and faults again.
-    ::signal(signalNumber, SIG_DFL);
-    ::raise(signalNumber);
+    DieOf(signalNumber);
 }
 
 }  // namespace
