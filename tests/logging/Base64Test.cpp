@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/Logging/Base64.h"
-#include "tests/logging/LogServerStub.h"
+#include "tests/support/LogServerStub.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ TEST(Base64EncodeTest, EveryByteValueDecodesBack) {
     for (int value = 255; value >= 0; --value) bytes += static_cast<char>(value);
     for (size_t length = 0; length <= bytes.size(); length += 37) {
         const std::string part = bytes.substr(0, length);
-        EXPECT_EQ(LoggingTest::Base64Decode(Logging::Base64Encode(part)), part) << length;
+        EXPECT_EQ(TestSupport::Base64Decode(Logging::Base64Encode(part)), part) << length;
     }
 }
 

@@ -7,12 +7,12 @@
 
 #include "platform/Config/Config.h"
 #include "platform/Logging/LogClient.h"
-#include "tests/logging/LogServerStub.h"
+#include "tests/support/LogServerStub.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
 
-using LoggingTest::CLogServerStub;
+using TestSupport::CLogServerStub;
 using TestSupport::TempDir;
 
 const char kPortHandler[] = "NovatelPortHandler";
@@ -20,7 +20,7 @@ const char kPortHandler[] = "NovatelPortHandler";
 class LogClientTest : public ::testing::Test {
 protected:
     LogClientTest()
-        : m_configPath(LoggingTest::WriteServerConfig(m_dir, "127.0.0.1", m_server.Port())),
+        : m_configPath(TestSupport::WriteServerConfig(m_dir, "127.0.0.1", m_server.Port())),
           m_config(m_configPath),
           m_client(kPortHandler, m_config) {}
 
@@ -76,7 +76,7 @@ TEST_F(LogClientTest, RawDataIsHeldBackUntilRecordingIsConfigured) {
     m_client.SendRawData(kPortHandler, std::string("\xAA\x44\x12\x00", 4));
     const nlohmann::json datagram = m_server.ReceiveJson();
     EXPECT_EQ(datagram["type"], "raw");
-    EXPECT_EQ(LoggingTest::Base64Decode(datagram.value("data", "")),
+    EXPECT_EQ(TestSupport::Base64Decode(datagram.value("data", "")),
               std::string("\xAA\x44\x12\x00", 4));
 }
 

@@ -13,14 +13,14 @@
 #include "platform/Config/Config.h"
 #include "platform/Core/Time.h"
 #include "platform/Logging/RemoteLogger.h"
-#include "tests/logging/LogServerStub.h"
+#include "tests/support/LogServerStub.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
 
-using LoggingTest::Base64Decode;
-using LoggingTest::CLogServerStub;
-using LoggingTest::FieldShape;
+using TestSupport::Base64Decode;
+using TestSupport::CLogServerStub;
+using TestSupport::FieldShape;
 using TestSupport::TempDir;
 
 const char kClient[] = "NovatelPortHandler";
@@ -29,7 +29,7 @@ const char kClient[] = "NovatelPortHandler";
 class RemoteLoggerTest : public ::testing::Test {
 protected:
     RemoteLoggerTest()
-        : m_config(LoggingTest::WriteServerConfig(m_dir, "127.0.0.1", m_server.Port())),
+        : m_config(TestSupport::WriteServerConfig(m_dir, "127.0.0.1", m_server.Port())),
           m_logger(kClient, m_config) {}
 
     TempDir m_dir;
@@ -176,8 +176,8 @@ TEST(RemoteLoggerAddressTest, GivenHostAndPortApplyWhenTheStoreHasNone) {
 TEST(RemoteLoggerAddressTest, StoreOverridesGivenHostAndPort) {
     TempDir dir;
     CLogServerStub server;
-    CConfig config(LoggingTest::WriteServerConfig(dir, "127.0.0.1", server.Port()));
-    CRemoteLogger logger("Client", config, "::1", LoggingTest::ClosedPort());
+    CConfig config(TestSupport::WriteServerConfig(dir, "127.0.0.1", server.Port()));
+    CRemoteLogger logger("Client", config, "::1", TestSupport::ClosedPort());
     logger.SendEvent("here");
     EXPECT_EQ(server.ReceiveJson()["name"], "here");
 }
@@ -186,7 +186,7 @@ TEST(RemoteLoggerAddressTest, ReconnectFollowsAChangedStore) {
     TempDir dir;
     CLogServerStub first;
     CLogServerStub second;
-    CConfig config(LoggingTest::WriteServerConfig(dir, "localhost", first.Port()));
+    CConfig config(TestSupport::WriteServerConfig(dir, "localhost", first.Port()));
     CRemoteLogger logger("Client", config);
     logger.SendEvent("to first");
     config.SetInteger("LogServer", "port", second.Port());
@@ -198,7 +198,7 @@ TEST(RemoteLoggerAddressTest, ReconnectFollowsAChangedStore) {
 
 TEST(RemoteLoggerNobodyListeningTest, SendsToAClosedPortNeitherBlockNorFail) {
     TempDir dir;
-    CConfig config(LoggingTest::WriteServerConfig(dir, "127.0.0.1", LoggingTest::ClosedPort()));
+    CConfig config(TestSupport::WriteServerConfig(dir, "127.0.0.1", TestSupport::ClosedPort()));
     CRemoteLogger logger("Client", config);
     ::testing::internal::CaptureStderr();
     for (int i = 0; i < 10000; ++i) PublishValue(logger, "count", "%d", i);
@@ -209,7 +209,7 @@ TEST(RemoteLoggerNobodyListeningTest, SendsToAClosedPortNeitherBlockNorFail) {
 TEST(RemoteLoggerNobodyListeningTest, ServerThatNeverReadsDoesNotHoldUpTheSender) {
     TempDir dir;
     CLogServerStub server(4096);  // never read: its buffer fills at once and the rest is lost
-    CConfig config(LoggingTest::WriteServerConfig(dir, "127.0.0.1", server.Port()));
+    CConfig config(TestSupport::WriteServerConfig(dir, "127.0.0.1", server.Port()));
     CRemoteLogger logger("Client", config);
     const std::string block(20000, '\x55');
     ::testing::internal::CaptureStderr();
@@ -220,7 +220,7 @@ TEST(RemoteLoggerNobodyListeningTest, ServerThatNeverReadsDoesNotHoldUpTheSender
 
 TEST(RemoteLoggerFailureTest, UnusableHostIsReportedOnceAndEverythingDropped) {
     TempDir dir;
-    CConfig config(LoggingTest::WriteServerConfig(dir, "log-server.invalid", 10001));
+    CConfig config(TestSupport::WriteServerConfig(dir, "log-server.invalid", 10001));
     ::testing::internal::CaptureStderr();
     {
         CRemoteLogger logger("NovatelPositionManager", config);
@@ -236,7 +236,7 @@ TEST(RemoteLoggerFailureTest, UnusableHostIsReportedOnceAndEverythingDropped) {
 
 TEST(RemoteLoggerFailureTest, PortOutOfRangeIsReportedOnce) {
     TempDir dir;
-    CConfig config(LoggingTest::WriteServerConfig(dir, "127.0.0.1", 70000));
+    CConfig config(TestSupport::WriteServerConfig(dir, "127.0.0.1", 70000));
     ::testing::internal::CaptureStderr();
     CRemoteLogger logger("Client", config);
     logger.SendEvent("lost");
@@ -248,7 +248,7 @@ TEST(RemoteLoggerFailureTest, PortOutOfRangeIsReportedOnce) {
 TEST(RemoteLoggerFailureTest, RepeatedSendFailuresAreReportedOnce) {
     TempDir dir;
     CLogServerStub server;
-    CConfig config(LoggingTest::WriteServerConfig(dir, "127.0.0.1", server.Port()));
+    CConfig config(TestSupport::WriteServerConfig(dir, "127.0.0.1", server.Port()));
     CRemoteLogger logger("Client", config);
     // Longer than any UDP datagram can be: the kernel refuses each at once.
     const std::string tooLong(70000, 'x');

@@ -7,12 +7,12 @@
 
 #include "platform/Config/Config.h"
 #include "platform/Logging/StatusClient.h"
-#include "tests/logging/LogServerStub.h"
+#include "tests/support/LogServerStub.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
 
-using LoggingTest::CLogServerStub;
+using TestSupport::CLogServerStub;
 using TestSupport::TempDir;
 
 const Core::Time kLongInterval = Core::Time::FromSeconds(3600.0);
@@ -20,7 +20,7 @@ const Core::Time kLongInterval = Core::Time::FromSeconds(3600.0);
 class StatusClientTest : public ::testing::Test {
 protected:
     StatusClientTest()
-        : m_config(LoggingTest::WriteServerConfig(m_dir, "127.0.0.1", m_server.Port())) {}
+        : m_config(TestSupport::WriteServerConfig(m_dir, "127.0.0.1", m_server.Port())) {}
 
     // Expects the next datagram to be the condition name with the value.
     void ExpectCondition(const std::string& name, int64_t value) {

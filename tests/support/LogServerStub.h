@@ -1,5 +1,5 @@
 #pragma once
-// A stand-in for the device's log server in the logging tests: a UDP socket
+// A stand-in for the device's log server in the tests: a UDP socket
 // on 127.0.0.1 with a port the kernel picks, and a configuration store file
 // that points the loggers at it.
 
@@ -9,7 +9,7 @@
 
 #include "tests/support/TestSupport.h"
 
-namespace LoggingTest {
+namespace TestSupport {
 
 class CLogServerStub {
 public:
@@ -24,6 +24,10 @@ public:
 
     // The next datagram's bytes; "" when none came within five seconds.
     std::string Receive();
+    // As Receive, waiting at most the given time.
+    std::string ReceiveWithin(double seconds);
+    // Every datagram that arrives until none has come for 0.2 s, parsed.
+    std::vector<nlohmann::json> Drain();
     // The next datagram parsed; a failure of the test when none came or it is not JSON.
     nlohmann::json ReceiveJson();
 
@@ -47,4 +51,4 @@ std::string Base64Decode(const std::string& text);
 // datagram's shape can be compared with the documented one in one go.
 std::vector<std::string> FieldShape(const nlohmann::json& datagram);
 
-}  // namespace LoggingTest
+}  // namespace TestSupport

@@ -1,4 +1,4 @@
-#include "tests/logging/LogServerStub.h"
+#include "tests/support/LogServerStub.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace LoggingTest {
+namespace TestSupport {
 
 namespace {
 
@@ -45,9 +45,11 @@ CLogServerStub::CLogServerStub(int receiveBuffer) {
 
 CLogServerStub::~CLogServerStub() { ::close(m_socket); }
 
-std::string CLogServerStub::Receive() {
+std::string CLogServerStub::Receive() { return ReceiveWithin(5.0); }
+
+std::string CLogServerStub::ReceiveWithin(double seconds) {
     struct pollfd ready = {m_socket, POLLIN, 0};
-    if (::poll(&ready, 1, 5000) <= 0) return std::string();
+    if (::poll(&ready, 1, static_cast<int>(seconds * 1000)) <= 0) return std::string();
     std::vector<char> buffer(70000);
     const ssize_t length = ::recv(m_socket, buffer.data(), buffer.size(), 0);
     if (length <= 0) return std::string();
@@ -60,6 +62,14 @@ nlohmann::json CLogServerStub::ReceiveJson() {
     nlohmann::json parsed = nlohmann::json::parse(text, nullptr, false);
     EXPECT_FALSE(parsed.is_discarded()) << "not JSON: " << text;
     return parsed;
+}
+
+std::vector<nlohmann::json> CLogServerStub::Drain() {
+    std::vector<nlohmann::json> datagrams;
+    for (std::string text; !(text = ReceiveWithin(0.2)).empty();) {
+        datagrams.push_back(nlohmann::json::parse(text, nullptr, false));
+    }
+    return datagrams;
 }
 
 int ClosedPort() {
@@ -112,4 +122,4 @@ std::vector<std::string> FieldShape(const nlohmann::json& datagram) {
     return shape;
 }
 
-}  // namespace LoggingTest
+}  // namespace TestSupport
