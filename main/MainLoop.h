@@ -2,8 +2,9 @@
 // The daemon's single select loop.
 
 #include <csignal>
+#include <vector>
 
-class CInputOutputHandler;
+class CPortHandler;
 struct SProgramOptions;
 
 // Set to end the main loop after the current pass: by the loop itself when a
@@ -14,6 +15,7 @@ extern volatile std::sig_atomic_t g_stopFlag;
 // cleans up, and ignores SIGPIPE, so a peer that went away never kills it.
 void InstallStopSignals();
 
-// Runs passes until the stop flag is set: opens the source when it is closed,
-// waits at most 100 ms for it to become readable, and reads what came.
-void RunMainLoop(CInputOutputHandler& source, const SProgramOptions& options);
+// Runs passes until the stop flag is set: opens each handler's source when it
+// is closed, waits at most 100 ms for a source to become readable, and lets
+// every handler process its source.
+void RunMainLoop(const std::vector<CPortHandler*>& portHandlers, const SProgramOptions& options);

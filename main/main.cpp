@@ -3,9 +3,16 @@
 
 #include <iostream>
 #include <memory>
+#include <vector>
 
+#include "LogObserver/EpochFlusher.h"
+#include "LogObserver/ScreenDumpObserver.h"
+#include "Logs/NovatelOEMV/NMEASentenceConstructor.h"
+#include "Logs/NovatelOEMV/NovatelASCIISentenceConstructor.h"
+#include "Logs/NovatelOEMV/NovatelBinarySentenceConstructor.h"
 #include "io/InputOutputHandler.h"
 #include "main/MainLoop.h"
+#include "main/PortHandler.h"
 #include "main/ProgramOptions.h"
 #include "main/Startup.h"
 #include "platform/Config/Config.h"
@@ -43,7 +50,29 @@ int main(int argc, char* argv[]) {
         return -1;
     }
 
+    Novatel::CNovatelBinarySentenceConstructor binaryFramer;
+    Novatel::CNovatelASCIISentenceConstructor asciiFramer;
+    CNMEASentenceConstructor nmeaFramer;
+    std::vector<CSentenceConstructor*> framers = {&binaryFramer, &asciiFramer, &nmeaFramer};
+
+    // Observers are offered each record in this order.
+    EpochFlusher epochFlusher;
+    std::unique_ptr<CScreenDumpObserver> screenDump;
+    std::vector<CLogObserver*> observers = {&epochFlusher};
+    if (options.GetDisplayPackets()) {
+        screenDump.reset(new CScreenDumpObserver());
+        observers.push_back(screenDump.get());
+    }
+
+    CPortHandler portHandler("NovatelPortHandler");
+    portHandler.SetByteSource(source.get());
+    portHandler.SetFramers(framers);
+    portHandler.SetObservers(observers);
+    epochFlusher.SetPortHandler(&portHandler);
+    std::vector<CPortHandler*> portHandlers = {&portHandler};
+
     InstallStopSignals();
-    RunMainLoop(*source, options);
+    portHandler.Start();
+    RunMainLoop(portHandlers, options);
     return 0;
 }
