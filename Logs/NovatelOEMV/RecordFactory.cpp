@@ -1,7 +1,27 @@
 #include "Logs/NovatelOEMV/RecordFactory.h"
 
 #include "Logs/NovatelOEMV/NMEARecord.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelBESTPOSB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelBESTXYZB.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelBinaryResponse.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelCHANCONFIGLISTB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelCOMCONFIGB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelLBANDINFOB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelLBANDSTATB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelOMNIHPPOSB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelPDPSATSB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelPDPSTATB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelPDPXYZB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelPSRDOPB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelPSRXYZB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelRANGEB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelREFSTATIONB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelRTKSATSB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelRTKXYZB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelRXSTATUSB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelTIMEB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelTRACKSTATB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelVERSIONB.h"
 #include "Logs/NovatelOEMV/NovatelBinaryFields.h"
 #include "Logs/NovatelOEMV/NovatelMessageIDs.h"
 
@@ -39,45 +59,45 @@ Novatel::CNovatelBinaryRecord* CreateBinaryLog(uint16_t messageId, const ByteVec
     // One row per log the system decodes, in ID order.
     switch (messageId) {
         case kVERSIONMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelVERSIONB(frame);
         case kBESTPOSMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelBESTPOSB(frame);
         case kRANGEMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelRANGEB(frame);
         case kTRACKSTATMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelTRACKSTATB(frame);
         case kRXSTATUSMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelRXSTATUSB(frame);
         case kTIMEMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelTIMEB(frame);
         case kPSRDOPMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelPSRDOPB(frame);
         case kREFSTATIONMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelREFSTATIONB(frame);
         case kBESTXYZMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelBESTXYZB(frame);
         case kPSRXYZMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelPSRXYZB(frame);
         case kRTKXYZMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelRTKXYZB(frame);
         case kCOMCONFIGMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelCOMCONFIGB(frame);
         case kPDPXYZMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelPDPXYZB(frame);
         case kOMNIHPPOSMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelOMNIHPPOSB(frame);
         case kLBANDINFOMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelLBANDINFOB(frame);
         case kLBANDSTATMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelLBANDSTATB(frame);
         case kPDPSTATMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelPDPSTATB(frame);
         case kCHANCONFIGLISTMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelCHANCONFIGLISTB(frame);
         case kRTKSATSMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelRTKSATSB(frame);
         case kPDPSATSMessageID:
-            return new CNovatelBinaryRecord(frame);
+            return new CNovatelPDPSATSB(frame);
         default:
             return new CNovatelBinaryRecord(frame);
     }

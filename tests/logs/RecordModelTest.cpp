@@ -11,6 +11,8 @@
 #include "Logs/NovatelOEMV/GeodeticLog.h"
 #include "Logs/NovatelOEMV/LBandLog.h"
 #include "Logs/NovatelOEMV/NMEARecord.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelBESTXYZB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelLBANDSTATB.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelResponse.h"
 #include "Logs/NovatelOEMV/NovatelBinaryRecord.h"
 #include "tests/framing/FramingTestSupport.h"
@@ -151,11 +153,11 @@ TEST(NovatelBinaryRecord, MessageBodyNeverReachesPastTheBodyOfTheFrame) {
 
 // A record shaped like the receiver's logs: the binary layer joined with two of
 // the interfaces that consumers cast to, all sharing one CGPSRecord part.
-class CTestLogRecord : public CNovatelBinaryRecord, public CCartesianLog, public CLBandLog {
-public:
-    explicit CTestLogRecord(const ByteVector& frame) : CNovatelBinaryRecord(frame) {}
-};
-static_assert(std::is_convertible<CTestLogRecord*, CGPSRecord*>::value,
+// Interfaces derive virtually from CGPSRecord: a log that is both a NovAtel
+// record and an interface still holds exactly one CGPSRecord part.
+static_assert(std::is_convertible<Novatel::CNovatelBESTXYZB*, CGPSRecord*>::value,
+              "an interface must not add a second CGPSRecord part");
+static_assert(std::is_convertible<Novatel::CNovatelLBANDSTATB*, CGPSRecord*>::value,
               "an interface must not add a second CGPSRecord part");
 
 TEST(RecordTree, DynamicCastsReachEveryLayerThroughTheVirtualBases) {
@@ -172,14 +174,20 @@ TEST(RecordTree, DynamicCastsReachEveryLayerThroughTheVirtualBases) {
     std::unique_ptr<CGPSRecord> nmea(new CNMEARecord(Bytes("$GPZDA*00\r")));
     EXPECT_EQ(dynamic_cast<Novatel::CNovatelRecord*>(nmea.get()), nullptr);
 
-    std::unique_ptr<CGPSRecord> log(new CTestLogRecord(frame));
-    CLBandLog* asLBand = dynamic_cast<CLBandLog*>(log.get());
+    std::unique_ptr<CGPSRecord> cartesian(new Novatel::CNovatelBESTXYZB(frame));
+    CCartesianLog* asCartesian = dynamic_cast<CCartesianLog*>(cartesian.get());
+    ASSERT_NE(asCartesian, nullptr);
+    EXPECT_EQ(dynamic_cast<CGeodeticLog*>(cartesian.get()), nullptr);
+    EXPECT_EQ(dynamic_cast<CLBandLog*>(cartesian.get()), nullptr);
+    EXPECT_NE(dynamic_cast<Novatel::CNovatelRecord*>(asCartesian), nullptr);
+    EXPECT_EQ(static_cast<CGPSRecord*>(asCartesian), cartesian.get());
+    EXPECT_EQ(asCartesian->GetMessageID(), 0x1234);
+
+    std::unique_ptr<CGPSRecord> lband(new Novatel::CNovatelLBANDSTATB(frame));
+    CLBandLog* asLBand = dynamic_cast<CLBandLog*>(lband.get());
     ASSERT_NE(asLBand, nullptr);
-    EXPECT_NE(dynamic_cast<CCartesianLog*>(asLBand), nullptr);
-    EXPECT_EQ(dynamic_cast<CGeodeticLog*>(log.get()), nullptr);
-    EXPECT_NE(dynamic_cast<Novatel::CNovatelRecord*>(asLBand), nullptr);
-    EXPECT_EQ(static_cast<CGPSRecord*>(asLBand), log.get());
-    EXPECT_EQ(asLBand->GetMessageID(), 0x1234);
+    EXPECT_EQ(dynamic_cast<CCartesianLog*>(asLBand), nullptr);
+    EXPECT_EQ(static_cast<CGPSRecord*>(asLBand), lband.get());
 }
 
 }  // namespace
