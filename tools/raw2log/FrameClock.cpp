@@ -1,5 +1,7 @@
 #include "tools/raw2log/FrameClock.h"
 
+#include "tools/common/NovatelFrameBuilder.h"
+
 namespace Raw2Log {
 
 namespace {
@@ -26,15 +28,6 @@ uint32_t ReadLittleEndian(const uint8_t* bytes, size_t size) {
 
 }  // namespace
 
-uint32_t NovatelCrc32(const uint8_t* bytes, size_t size) {
-    uint32_t crc = 0;
-    for (size_t i = 0; i < size; ++i) {
-        crc ^= bytes[i];
-        for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) ? (crc >> 1) ^ 0xEDB88320U : crc >> 1;
-    }
-    return crc;
-}
-
 bool FindFirstFrameTime(const uint8_t* bytes, size_t size, size_t startLimit, double& gpsSeconds) {
     for (size_t start = 0; start < startLimit && start + kMinHeaderLength <= size; ++start) {
         const uint8_t* frame = bytes + start;
@@ -44,7 +37,7 @@ bool FindFirstFrameTime(const uint8_t* bytes, size_t size, size_t startLimit, do
         const size_t bodyLength = ReadLittleEndian(frame + kMessageLengthOffset, 2);
         const size_t crcOffset = headerLength + bodyLength;
         if (size - start < crcOffset + kCrcSize) continue;
-        if (NovatelCrc32(frame, crcOffset) != ReadLittleEndian(frame + crcOffset, kCrcSize)) {
+        if (Tools::NovatelCrc32(frame, crcOffset) != ReadLittleEndian(frame + crcOffset, kCrcSize)) {
             continue;
         }
         const uint32_t week = ReadLittleEndian(frame + kWeekOffset, 2);

@@ -1,8 +1,8 @@
 #pragma once
 // Finds the GPS time of NovAtel binary frames in a raw capture, for stamping
 // the chunks of a capture that quillond-raw2log turns into a recorded log.
-// Deliberately small and self-contained: it only needs a frame's sync, its
-// lengths, its CRC and the two time fields of its header.
+// Deliberately small: it only needs a frame's sync, its lengths, its CRC
+// and the two time fields of its header.
 
 #include <cstddef>
 #include <cstdint>
@@ -11,10 +11,6 @@ namespace Raw2Log {
 
 // Longest possible frame: a header of 255 bytes, a body of 65535, the CRC.
 constexpr size_t kMaxFrameSize = 255 + 65535 + 4;
-
-// The receiver's CRC-32: reflected polynomial 0xEDB88320, initial value 0,
-// no final inversion (so not the zlib CRC).
-uint32_t NovatelCrc32(const uint8_t* bytes, size_t size);
 
 // Looks for the first frame that starts before startLimit, lies wholly inside
 // bytes[0, size) and carries a correct CRC. On success stores its GPS time in
