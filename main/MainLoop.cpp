@@ -7,6 +7,7 @@
 #include "main/PortHandler.h"
 #include "main/ProgramOptions.h"
 #include "platform/Core/Time.h"
+#include "platform/Net/SocketCollection.h"
 
 volatile std::sig_atomic_t g_stopFlag = 0;
 
@@ -25,7 +26,8 @@ void InstallStopSignals() {
     ::signal(SIGPIPE, SIG_IGN);
 }
 
-void RunMainLoop(const std::vector<CPortHandler*>& portHandlers, const SProgramOptions& options) {
+void RunMainLoop(const std::vector<CPortHandler*>& portHandlers, SocketCollectionC* sockets,
+                 const SProgramOptions& options) {
     Core::MonotonicTime previousEmptyPass;
     while (!g_stopFlag) {
         fd_set readSet;
@@ -45,11 +47,22 @@ void RunMainLoop(const std::vector<CPortHandler*>& portHandlers, const SProgramO
             }
         }
 
-        if (::select(largest + 1, &readSet, &writeSet, nullptr, &timeout) < 0) continue;
+        if (sockets) {
+            int socketLargest = sockets->AddToSets(readSet, writeSet);
+            if (socketLargest > largest) largest = socketLargest;
+        }
+
+        int ready = ::select(largest + 1, &readSet, &writeSet, nullptr, &timeout);
+        if (ready < 0) continue;
+        if (sockets) {
+            if (ready == 0 && sockets->GetServer()) sockets->GetServer()->Idle();
+            sockets->HandleReady(readSet, writeSet);
+        }
 
         for (CPortHandler* handler : portHandlers) {
             int descriptor = handler->GetFileDescriptor();
-            bool ready = descriptor > 0 && descriptor < FD_SETSIZE && FD_ISSET(descriptor, &readSet);
+            bool ready =
+                descriptor > 0 && descriptor < FD_SETSIZE && FD_ISSET(descriptor, &readSet);
             if (handler->Process(ready) != 0) continue;
             if (options.IsReplay() || options.IsFile()) g_stopFlag = 1;
             // A descriptor that keeps reporting readable without data (a serial

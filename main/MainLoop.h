@@ -5,6 +5,7 @@
 #include <vector>
 
 class CPortHandler;
+class SocketCollectionC;
 struct SProgramOptions;
 
 // Set to end the main loop after the current pass: by the loop itself when a
@@ -16,6 +17,9 @@ extern volatile std::sig_atomic_t g_stopFlag;
 void InstallStopSignals();
 
 // Runs passes until the stop flag is set: opens each handler's source when it
-// is closed, waits at most 100 ms for a source to become readable, and lets
-// every handler process its source.
-void RunMainLoop(const std::vector<CPortHandler*>& portHandlers, const SProgramOptions& options);
+// is closed, waits at most 100 ms for a source or a socket of the collection
+// (may be null) to become ready, runs the collection's server's Idle when the
+// wait timed out, lets the collection serve its sockets and every handler
+// process its source.
+void RunMainLoop(const std::vector<CPortHandler*>& portHandlers, SocketCollectionC* sockets,
+                 const SProgramOptions& options);

@@ -17,6 +17,9 @@
 #include "main/Startup.h"
 #include "platform/Config/Config.h"
 #include "platform/Core/CrashHandler.h"
+#include "platform/Net/NMEAHandlerAPI.h"
+#include "platform/Net/NMEAService.h"
+#include "platform/Net/SocketCollection.h"
 
 int main(int argc, char* argv[]) {
     Core::Utilities::CrashHandler::Instance().Enable("quillond");
@@ -38,7 +41,7 @@ int main(int argc, char* argv[]) {
     }
 
     // Construction order: byte source, framers, observers, command manager,
-    // port handler, remote method server.
+    // port handler, socket collection with its servers.
     std::unique_ptr<CInputOutputHandler> source = CreateByteSource(options);
     if (!source) {
         if (options.IsTolvek()) {
@@ -71,8 +74,16 @@ int main(int argc, char* argv[]) {
     epochFlusher.SetPortHandler(&portHandler);
     std::vector<CPortHandler*> portHandlers = {&portHandler};
 
+    // The daemon goes on without a service whose port cannot be had; Start
+    // has said why on standard error.
+    SocketCollectionC sockets;
+    CNMEAService nmeaService;
+    nmeaService.Start(CConfig::GetSystemConfig());
+    CNMEAHandlerAPI::SetService(&nmeaService);
+    sockets.Add(&nmeaService);
+
     InstallStopSignals();
     portHandler.Start();
-    RunMainLoop(portHandlers, options);
+    RunMainLoop(portHandlers, &sockets, options);
     return 0;
 }

@@ -53,9 +53,13 @@ protected:
         return RunProcess(arguments, {{"QUILLOND_CONFIG", m_dir.File("system.conf")}}, timeout,
                           timeoutSignal);
     }
+    // Every store gives the NMEA service a port of the kernel's choice, so
+    // daemons running in parallel never compete for 10110 (and never print why).
     void WriteStore(const std::string& text) {
-        TestSupport::WriteWholeFile(m_dir.File("system.conf"), text);
+        TestSupport::WriteWholeFile(m_dir.File("system.conf"),
+                                    text + "\n[NMEAService]\nport = 0\n");
     }
+    void SetUp() override { WriteStore(""); }
 
     TestSupport::TempDir m_dir;
     std::string m_daemon = TestSupport::BuiltProgram("quillond");
@@ -140,6 +144,7 @@ TEST_F(DaemonStartupTest, SerialSourceRunsUntilToldToStop) {
 
 TEST_F(DaemonStartupTest, UnreadableStoreFallsBackToDefaultsWithAMessage) {
     // A directory where the store file should be cannot be read as one.
+    ASSERT_EQ(0, ::unlink(m_dir.File("system.conf").c_str()));
     ASSERT_EQ(0, ::mkdir(m_dir.File("system.conf").c_str(), 0755));
     TestSupport::WriteWholeFile(m_dir.File("x.bin"), "abc");
     SProcessResult result = Run({"-p", "-f", m_dir.File("x.bin")});

@@ -50,10 +50,9 @@ std::string CLogServerStub::Receive() { return ReceiveWithin(5.0); }
 std::string CLogServerStub::ReceiveWithin(double seconds) {
     struct pollfd ready = {m_socket, POLLIN, 0};
     if (::poll(&ready, 1, static_cast<int>(seconds * 1000)) <= 0) return std::string();
-    std::vector<char> buffer(70000);
-    const ssize_t length = ::recv(m_socket, buffer.data(), buffer.size(), 0);
+    const ssize_t length = ::recv(m_socket, m_buffer, sizeof m_buffer, 0);
     if (length <= 0) return std::string();
-    return std::string(buffer.data(), static_cast<size_t>(length));
+    return std::string(m_buffer, static_cast<size_t>(length));
 }
 
 nlohmann::json CLogServerStub::ReceiveJson() {
@@ -82,7 +81,8 @@ std::string WriteServerConfig(const TestSupport::TempDir& dir, const std::string
                               const std::string& extra) {
     const std::string path = dir.File("system.conf");
     TestSupport::WriteWholeFile(
-        path, "[LogServer]\nhost = " + host + "\nport = " + std::to_string(port) + "\n" + extra);
+        path, "[LogServer]\nhost = " + host + "\nport = " + std::to_string(port) +
+                  "\n[NMEAService]\nport = 0\n" + extra);
     return path;
 }
 

@@ -15,7 +15,7 @@ class CLogServerStub {
 public:
     // receiveBuffer: the socket's receive buffer in bytes; the default holds
     // everything a test sends before it reads.
-    explicit CLogServerStub(int receiveBuffer = 4 * 1024 * 1024);
+    explicit CLogServerStub(int receiveBuffer = 16 * 1024 * 1024);
     ~CLogServerStub();
     CLogServerStub(const CLogServerStub&) = delete;
     CLogServerStub& operator=(const CLogServerStub&) = delete;
@@ -34,6 +34,7 @@ public:
 private:
     int m_socket = -1;
     int m_port = 0;
+    char m_buffer[65536];  // the largest datagram
 };
 
 // A port on 127.0.0.1 where nothing listens (bound once, then released).
