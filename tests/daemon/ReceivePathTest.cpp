@@ -130,19 +130,29 @@ TEST_F(ReceivePathTest, EveryRecordingRunsToItsEndWithOneLinePerBinaryRecord) {
         SExpected expected = FrameInProcess(path);
 
         // The daemon publishes several datagrams per sentence: keep reading
-        // while it runs so none is lost to a full socket buffer.
-        std::atomic<bool> running(true);
+        // while it runs so none is lost to a full socket buffer, and after it
+        // ended until the socket has been quiet for a while. Each recording
+        // gets a log server of its own, so nothing of one run reaches the next.
+        TestSupport::CLogServerStub server;
+        TestSupport::TempDir dir;
+        std::string config = TestSupport::WriteServerConfig(dir, "127.0.0.1", server.Port());
+        std::atomic<bool> daemonEnded(false);
         std::string lastStats;
         std::thread collector([&] {
-            while (running) {
-                std::string datagram = m_server.ReceiveWithin(0.05);
+            for (;;) {
+                std::string datagram = server.ReceiveWithin(0.5);
+                if (datagram.empty()) {
+                    if (daemonEnded) return;
+                    continue;
+                }
                 if (datagram.find("\"checksum_stats\"") == std::string::npos) continue;
                 lastStats = nlohmann::json::parse(datagram)["value"];
             }
         });
-        SProcessResult result = Run({"-p", "-d", "-f", path});
-        ::usleep(200000);
-        running = false;
+        SProcessResult result =
+            RunProcess({TestSupport::BuiltProgram("quillond"), "-p", "-d", "-f", path},
+                       {{"QUILLOND_CONFIG", config}}, 120.0);
+        daemonEnded = true;
         collector.join();
 
         EXPECT_EQ(0, result.exitStatus) << name << ": " << result.standardError;
