@@ -20,6 +20,8 @@
 #include "platform/Net/NMEAHandlerAPI.h"
 #include "platform/Net/NMEAService.h"
 #include "platform/Net/SocketCollection.h"
+#include "platform/Position/PositionAPI.h"
+#include "platform/Position/PositionService.h"
 
 int main(int argc, char* argv[]) {
     Core::Utilities::CrashHandler::Instance().Enable("quillond");
@@ -81,6 +83,10 @@ int main(int argc, char* argv[]) {
     nmeaService.Start(CConfig::GetSystemConfig());
     CNMEAHandlerAPI::SetService(&nmeaService);
     sockets.Add(&nmeaService);
+    CPositionService positionService;
+    positionService.Start(CConfig::GetSystemConfig());
+    CPositionAPI::SetService(&positionService);
+    sockets.Add(&positionService);
 
     InstallStopSignals();
     portHandler.Start();
