@@ -11,35 +11,12 @@
 #include <cstring>
 #include <functional>
 
+#include "platform/Core/Utilities.h"
+
 namespace {
 
 const char kDefaultPath[] = "/var/lib/quillond/system.conf";
-const char kBlanks[] = " \t\r\f\v";
-
-std::string Trim(const std::string& text) {
-    const size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string::npos) return std::string();
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
 bool IsCommentStart(char c) { return c == '#' || c == ';'; }
-
-// An optional sign and one or more decimal digits, within the signed 32-bit range.
-bool ParseInt32(const std::string& text, int32_t& result) {
-    size_t i = 0;
-    const bool negative = !text.empty() && text[0] == '-';
-    if (!text.empty() && (text[0] == '-' || text[0] == '+')) ++i;
-    if (i == text.size()) return false;
-    int64_t magnitude = 0;
-    for (; i < text.size(); ++i) {
-        if (text[i] < '0' || text[i] > '9') return false;
-        magnitude = magnitude * 10 + (text[i] - '0');
-        if (magnitude > INT64_C(2147483648)) return false;
-    }
-    if (!negative && magnitude > INT32_MAX) return false;
-    result = static_cast<int32_t>(negative ? -magnitude : magnitude);
-    return true;
-}
 
 std::string DirectoryOf(const std::string& path) {
     const size_t slash = path.rfind('/');
@@ -51,10 +28,10 @@ std::string DirectoryOf(const std::string& path) {
 // same, or nullptr when it can.
 const char* WhyUnstorable(const std::string& section, const std::string& key,
                           const std::string& value) {
-    if (section.find_first_of("\r\n]") != std::string::npos || Trim(section) != section) {
+    if (section.find_first_of("\r\n]") != std::string::npos || Core::Utilities::trim(section) != section) {
         return "the section name cannot be written as a header";
     }
-    if (key.empty() || Trim(key) != key || key.find_first_of("\r\n=") != std::string::npos ||
+    if (key.empty() || Core::Utilities::trim(key) != key || key.find_first_of("\r\n=") != std::string::npos ||
         key[0] == '[' || IsCommentStart(key[0])) {
         return "the key cannot be written as a key";
     }
@@ -124,7 +101,7 @@ int32_t CConfig::GetInteger(const std::string& section, const std::string& key,
         return defaultValue;
     }
     int32_t value = 0;
-    if (ParseInt32(Trim(text), value)) return value;
+    if (Core::Utilities::ParseInt(text, value)) return value;
     ReportOnce("integer\n" + section + "\n" + key + "\n" + text,
                "CConfig: " + where + ": [" + section + "] " + key + " = \"" + text +
                    "\" is not a whole decimal number; using the default " +
@@ -141,7 +118,7 @@ void CConfig::SetString(const std::string& section, const std::string& key,
         return;
     }
     // The file trims values, so store what a reload would give.
-    m_changes[Key(section, key)] = Trim(value);
+    m_changes[Key(section, key)] = Core::Utilities::trim(value);
 }
 
 void CConfig::SetInteger(const std::string& section, const std::string& key, int32_t value) {
@@ -238,32 +215,32 @@ void CConfig::Parse(const std::string& text) {
 
     std::string section;  // keys before any header belong to the section ""
     for (size_t i = 0; i < m_lines.size(); ++i) {
-        const std::string line = Trim(m_lines[i]);
+        const std::string line = Core::Utilities::trim(m_lines[i]);
         if (line.empty() || IsCommentStart(line[0])) continue;
         const char* problem = nullptr;
         if (line[0] == '[') {
             const size_t close = line.find(']');
             const std::string rest =
-                close == std::string::npos ? std::string() : Trim(line.substr(close + 1));
+                close == std::string::npos ? std::string() : Core::Utilities::trim(line.substr(close + 1));
             if (close == std::string::npos) {
                 problem = "unterminated \"[\"";
             } else if (!rest.empty() && !IsCommentStart(rest[0])) {
                 problem = "text after \"]\"";
             } else {
-                section = Trim(line.substr(1, close - 1));
+                section = Core::Utilities::trim(line.substr(1, close - 1));
                 m_insertAt[section] = i + 1;
             }
         } else {
             const size_t equals = line.find('=');
             const std::string key =
-                equals == std::string::npos ? std::string() : Trim(line.substr(0, equals));
+                equals == std::string::npos ? std::string() : Core::Utilities::trim(line.substr(0, equals));
             if (equals == std::string::npos) {
                 problem = "no \"=\"";
             } else if (key.empty()) {
                 problem = "no key before \"=\"";
             } else {
                 // A key given twice keeps its last value.
-                m_values[Key(section, key)] = SEntry{Trim(line.substr(equals + 1)), i + 1};
+                m_values[Key(section, key)] = SEntry{Core::Utilities::trim(line.substr(equals + 1)), i + 1};
                 m_insertAt[section] = i + 1;
             }
         }
@@ -300,7 +277,7 @@ std::string CConfig::Merge() const {
                      insert.second.begin(), insert.second.end());
     }
     for (const auto& section : newSections) {
-        if (!lines.empty() && !Trim(lines.back()).empty()) lines.push_back(std::string());
+        if (!lines.empty() && !Core::Utilities::trim(lines.back()).empty()) lines.push_back(std::string());
         lines.push_back("[" + section.first + "]");
         lines.insert(lines.end(), section.second.begin(), section.second.end());
     }
