@@ -30,13 +30,6 @@ TEST(NovatelCrc32, MatchesKnownValues) {
     EXPECT_EQ(Crc32Block(check.size(), check.data()), 0x2DFD2D88u);
 }
 
-TEST(NovatelCrc32, BlockOfOneByteIsCrc32ByteOfIt) {
-    for (unsigned value = 0; value < 256; ++value) {
-        const uint8_t byte = static_cast<uint8_t>(value);
-        EXPECT_EQ(Crc32Block(1, &byte), Crc32Byte(value)) << "byte " << value;
-    }
-}
-
 TEST(NovatelCrc32, AgreesWithBitwiseImplementationOnLongBlocks) {
     ByteVector block(70000);
     uint32_t seed = 12345;

@@ -90,6 +90,8 @@ struct SSpeedCase {
 
 void PrintTo(const SSpeedCase& c, std::ostream* out) { *out << c.rate << " baud"; }
 
+// The lowest and the highest rate, the receiver's default and the rates the
+// daemon uses; an unsupported one is refused below.
 // Whether termios here carries the speed through a set and a get at all:
 // user-mode emulators translate only the speeds they know.
 bool TermiosCarriesSpeed(speed_t speed) {
@@ -123,10 +125,8 @@ TEST_P(SerialHandlerSpeedTest, OpenSetsTheRequestedSpeed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(StandardRates, SerialHandlerSpeedTest,
-                         ::testing::Values(SSpeedCase{9600, B9600}, SSpeedCase{19200, B19200},
-                                           SSpeedCase{38400, B38400}, SSpeedCase{57600, B57600},
-                                           SSpeedCase{115200, B115200}, SSpeedCase{230400, B230400},
-                                           SSpeedCase{460800, B460800},
+                         ::testing::Values(SSpeedCase{9600, B9600}, SSpeedCase{115200, B115200},
+                                           SSpeedCase{230400, B230400}, SSpeedCase{460800, B460800},
                                            SSpeedCase{921600, B921600}),
                          [](const ::testing::TestParamInfo<SSpeedCase>& info) {
                              return "Baud" + std::to_string(info.param.rate);

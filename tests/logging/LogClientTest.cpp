@@ -43,7 +43,7 @@ protected:
     CLogClient m_client;
 };
 
-TEST_F(LogClientTest, PublishesFormattedValueWithCategoryThreeAndIndexMinusOne) {
+TEST_F(LogClientTest, PublishesFormattedValueLineAtLevelFourAndNamedEvent) {
     m_client.PublishValue("QLS_42", "%lf,%d,%lf", 1.5, 7, 345600.25);
     const nlohmann::json datagram = m_server.ReceiveJson();
     EXPECT_EQ(datagram["client"], kPortHandler);
@@ -52,9 +52,7 @@ TEST_F(LogClientTest, PublishesFormattedValueWithCategoryThreeAndIndexMinusOne) 
     EXPECT_EQ(datagram["value"], "1.500000,7,345600.250000");
     EXPECT_EQ(datagram["category"], 3);
     EXPECT_EQ(datagram["index"], -1);
-}
 
-TEST_F(LogClientTest, WritesFormattedLineAtLevelFourAndNamedEvent) {
     m_client.LogLine("Sending buffered command: %s", "LOG VERSIONB ONCE\r\n");
     m_client.LogEvent("QuillondPortTimeout");
     const nlohmann::json line = m_server.ReceiveJson();

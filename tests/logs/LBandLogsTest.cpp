@@ -15,26 +15,14 @@
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelLBANDSTATB.h"
 #include "Logs/NovatelOEMV/NovatelMessageIDs.h"
 #include "Logs/NovatelOEMV/RecordFactory.h"
-#include "tools/common/NovatelFrameBuilder.h"
+#include "tests/logs/LogsTestSupport.h"
 
 using namespace Novatel;
 
 namespace {
 
-typedef std::unique_ptr<CGPSRecord> RecordPtr;
-
-ByteVector Frame(uint16_t messageId, const ByteVector& body) {
-    Tools::SFrameHeader header;
-    header.messageId = messageId;
-    header.week = 1687;
-    header.milliseconds = 419928000;
-    return Tools::BuildBinaryFrame(header, body);
-}
-
-// The first length bytes of a frame.
-ByteVector Cut(const ByteVector& frame, size_t length) {
-    return ByteVector(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(length));
-}
+using LogsTest::LogFrame;
+using LogsTest::RecordPtr;
 
 template <typename Word>
 std::string Printed(const Word& word) {
@@ -45,7 +33,7 @@ std::string Printed(const Word& word) {
 
 // --- Decoded words ----------------------------------------------------------
 
-TEST(LBandSignalTracking, Word8043IsTrackingState3WithBitTimingLockAndError) {
+TEST(LBandSignalTracking, Word8043IsTrackingState3WithBitTimingLockAndErrorEachFromItsOwnBit) {
     const CLBandSignalTracking tracking(0x8043);
     EXPECT_EQ(tracking.GetRawWord(), 0x8043);
     EXPECT_EQ(tracking.GetTrackingState(), 3u);
@@ -57,9 +45,6 @@ TEST(LBandSignalTracking, Word8043IsTrackingState3WithBitTimingLockAndError) {
     EXPECT_EQ(Printed(tracking),
               "[CLBandSignalTracking]: TrackingState=3 BitTimingLock=1 PhaseLocked=0 "
               "DCOffsetUnlocked=0 AGCUnlocked=0 Error=1\n");
-}
-
-TEST(LBandSignalTracking, EachFlagComesFromItsOwnBitOnly) {
     // Bits 2 to 5 and 10 to 14 name nothing; the state is bits 0 and 1 alone.
     const CLBandSignalTracking unnamed(0x7C3C);
     EXPECT_EQ(Printed(unnamed),
@@ -136,7 +121,7 @@ TEST(OmnistarHPStatusWord, EachBitSetsItsFlagAndNoOther) {
 }
 
 // Convergence and the two authorisations are reported by a clear bit.
-TEST(OmnistarHPAdditionalStatusWord, ZeroIsConvergedAndAuthorisedWithoutSatelliteList) {
+TEST(OmnistarHPAdditionalStatusWord, ZeroIsConvergedAndAuthorisedAndEachBitTurnsItsFlag) {
     const COmnistarHPAdditionalStatusWord word(0);
     EXPECT_TRUE(word.IsSolutionConverged());
     EXPECT_TRUE(word.IsHPAuthorised());
@@ -145,9 +130,6 @@ TEST(OmnistarHPAdditionalStatusWord, ZeroIsConvergedAndAuthorisedWithoutSatellit
     EXPECT_EQ(Printed(word),
               "[COmnistarHPAdditionalStatusWord]: SolutionConverged=1 "
               "SatelliteListAvailable=0 HPAuthorised=1 XPAuthorised=1\n");
-}
-
-TEST(OmnistarHPAdditionalStatusWord, EachBitTurnsItsFlag) {
     EXPECT_FALSE(COmnistarHPAdditionalStatusWord(0x0001).IsSolutionConverged());
     EXPECT_TRUE(COmnistarHPAdditionalStatusWord(0x0002).IsSatelliteListAvailable());
     EXPECT_FALSE(COmnistarHPAdditionalStatusWord(0x0010).IsHPAuthorised());
@@ -187,7 +169,7 @@ ByteVector LbandstatBody() {
 }
 
 TEST(LbandstatLog, FactoryMakesAnLBandRecordWithEveryFieldDecoded) {
-    const RecordPtr record(CreateRecord(Frame(kLBANDSTATMessageID, LbandstatBody())));
+    const RecordPtr record(CreateRecord(LogFrame(kLBANDSTATMessageID, LbandstatBody())));
     EXPECT_NE(dynamic_cast<CLBandLog*>(record.get()), nullptr);
     EXPECT_NE(dynamic_cast<CNovatelLBANDSTATB*>(record.get()), nullptr);
     const CNovatelLBANDSTAT* stat = dynamic_cast<const CNovatelLBANDSTAT*>(record.get());
@@ -235,7 +217,7 @@ TEST(LbandinfoLog, FactoryMakesAnLBandRecordWithEveryWordInFrameOrder) {
                                 .U32(172800)   // HP expiry seconds
                                 .U32(3)        // HP subscription mode
                                 .Bytes();
-    const RecordPtr record(CreateRecord(Frame(kLBANDINFOMessageID, body)));
+    const RecordPtr record(CreateRecord(LogFrame(kLBANDINFOMessageID, body)));
     EXPECT_NE(dynamic_cast<CLBandLog*>(record.get()), nullptr);
     EXPECT_NE(dynamic_cast<CNovatelLBANDINFOB*>(record.get()), nullptr);
     const CNovatelLBANDINFO* info = dynamic_cast<const CNovatelLBANDINFO*>(record.get());
@@ -259,18 +241,18 @@ TEST(LbandinfoLog, FactoryMakesAnLBandRecordWithEveryWordInFrameOrder) {
 // first length that still holds the message ID.
 TEST(LBandLogs, CutFramesYieldZerosBeyondTheirEnd) {
     const size_t withMessageId = 6;
-    const ByteVector stat = Frame(kLBANDSTATMessageID, LbandstatBody());
+    const ByteVector stat = LogFrame(kLBANDSTATMessageID, LbandstatBody());
     for (size_t length = withMessageId; length <= stat.size(); ++length) {
-        const RecordPtr record(CreateRecord(Cut(stat, length)));
+        const RecordPtr record(CreateRecord(ByteVector(stat.begin(), stat.begin() + length)));
         const CNovatelLBANDSTAT* log = dynamic_cast<const CNovatelLBANDSTAT*>(record.get());
         ASSERT_NE(log, nullptr) << length;
         EXPECT_EQ(log->GetReservedAt44(), length >= 28 + 48 ? 0xCAFEF00Du : 0u) << length;
         EXPECT_EQ(log->GetHPStatus().GetRawWord(), length >= 28 + 44 ? 0x80000400u : 0u);
         EXPECT_EQ(log->GetSignalTracking().GetRawWord(), length >= 28 + 18 ? 0x8043 : 0);
     }
-    const ByteVector info = Frame(kLBANDINFOMessageID, ByteVector(44, 0x01));
+    const ByteVector info = LogFrame(kLBANDINFOMessageID, ByteVector(44, 0x01));
     for (size_t length = withMessageId; length <= info.size(); ++length) {
-        const RecordPtr record(CreateRecord(Cut(info, length)));
+        const RecordPtr record(CreateRecord(ByteVector(info.begin(), info.begin() + length)));
         const CNovatelLBANDINFO* log = dynamic_cast<const CNovatelLBANDINFO*>(record.get());
         ASSERT_NE(log, nullptr) << length;
         EXPECT_EQ(log->GetHPSubscriptionMode(), length >= 28 + 44 ? 0x01010101u : 0u) << length;

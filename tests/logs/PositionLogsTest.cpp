@@ -22,187 +22,111 @@
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelRTKXYZB.h"
 #include "Logs/NovatelOEMV/NovatelMessageIDs.h"
 #include "Logs/NovatelOEMV/RecordFactory.h"
-#include "tests/logs/AsciiTwin.h"
+#include "tests/logs/LogsTestSupport.h"
 
 using namespace Novatel;
 
 namespace {
 
-typedef std::unique_ptr<CGPSRecord> RecordPtr;
+using namespace LogsTest;
 
 const double kDegree = 0.017453292519943295;
 
-// The receiver's enumerations as its ASCII logs spell them.
-unsigned EnumValue(const std::string& name) {
-    static const std::map<std::string, unsigned> values = {
-        {"SOL_COMPUTED", 0},  {"INSUFFICIENT_OBS", 1}, {"NONE", 0},  {"DOPPLER_VELOCITY", 8},
-        {"SINGLE", 16},       {"PSRDIFF", 17},         {"WAAS", 18}, {"PROPAGATED", 19},
-        {"FINESTEERING", 180}};
-    const auto found = values.find(name);
-    EXPECT_NE(found, values.end()) << "enumeration " << name;
-    return found == values.end() ? 0xFFFFFFFF : found->second;
-}
-
-double Number(const std::string& text) { return std::stod(text); }
-unsigned Decimal(const std::string& text) { return static_cast<unsigned>(std::stoul(text)); }
-unsigned Hexadecimal(const std::string& text) {
-    return static_cast<unsigned>(std::stoul(text, nullptr, 16));
-}
-
-// Half a unit of the last printed digit, and a little for the binary value.
-double PrintedTolerance(const std::string& text) {
-    const std::string::size_type point = text.find('.');
-    const int decimals = point == std::string::npos ? 0 : int(text.size() - point - 1);
-    return 0.5 * std::pow(10.0, -decimals) * 1.0001;
-}
-
-#define EXPECT_PRINTED(actual, text) EXPECT_NEAR((actual), Number(text), PrintedTolerance(text))
-
-// The header fields the twin prints: port, sequence, idle %, time status,
-// week, seconds, receiver status, reserved, software build.
-void ExpectHeaderMatchesTwin(const CNovatelBinaryRecord& record, const LogsTest::SAsciiLog& twin) {
-    const SBinaryHeader& header = record.GetHeader();
-    EXPECT_EQ(header.m_sequence, Decimal(twin.header[1]));
-    EXPECT_NEAR(header.m_idleTime / 2.0, Number(twin.header[2]), 0.5);
-    EXPECT_EQ(unsigned(header.m_timeStatus), EnumValue(twin.header[3]));
-    unsigned week = 0;
-    double seconds = 0;
-    EXPECT_TRUE(record.GetGPSTime(week, seconds));
-    EXPECT_EQ(week, Decimal(twin.header[4]));
-    EXPECT_PRINTED(seconds, twin.header[5]);
-    EXPECT_EQ(record.GetReceiverStatus(), Hexadecimal(twin.header[6]));
-    EXPECT_EQ(header.m_softwareBuild, Decimal(twin.header[8]));
-}
-
-// A base station ID as the twin prints it: up to the first NUL.
-std::string StationText(const std::string& id) { return std::string(id.c_str()); }
+typedef bool (CCartesianLog::*VectorAccessor)(double&, double&, double&) const;
+const VectorAccessor kVectorAccessors[] = {
+    &CCartesianLog::GetPosition, &CCartesianLog::GetPositionStdDev, &CCartesianLog::GetVelocity,
+    &CCartesianLog::GetVelocityStdDev};
 
 // Every body field of a BESTXYZA / PSRXYZA line against the decoded record.
 void ExpectCartesianMatchesTwin(const CNovatelCartesianLog& log,
                                 const std::vector<std::string>& f) {
     ASSERT_EQ(f.size(), 28u);
-    EXPECT_EQ(log.GetSolutionStatus(), EnumValue(f[0]));
-    EXPECT_EQ(log.GetPositionType(), EnumValue(f[1]));
-    double a = 0, b = 0, c = 0;
-    ASSERT_TRUE(log.GetPosition(a, b, c));
-    EXPECT_PRINTED(a, f[2]);
-    EXPECT_PRINTED(b, f[3]);
-    EXPECT_PRINTED(c, f[4]);
-    ASSERT_TRUE(log.GetPositionStdDev(a, b, c));
-    EXPECT_PRINTED(a, f[5]);
-    EXPECT_PRINTED(b, f[6]);
-    EXPECT_PRINTED(c, f[7]);
-    EXPECT_EQ(log.GetVelocitySolutionStatus(), EnumValue(f[8]));
-    EXPECT_EQ(log.GetVelocityType(), EnumValue(f[9]));
-    ASSERT_TRUE(log.GetVelocity(a, b, c));
-    EXPECT_PRINTED(a, f[10]);
-    EXPECT_PRINTED(b, f[11]);
-    EXPECT_PRINTED(c, f[12]);
-    ASSERT_TRUE(log.GetVelocityStdDev(a, b, c));
-    EXPECT_PRINTED(a, f[13]);
-    EXPECT_PRINTED(b, f[14]);
-    EXPECT_PRINTED(c, f[15]);
-    EXPECT_EQ(log.GetBaseStationID().size(), 4u);
-    EXPECT_EQ(StationText(log.GetBaseStationID()), f[16]);
-    EXPECT_PRINTED(log.GetVelocityLatency(), f[17]);
-    EXPECT_PRINTED(log.GetDifferentialAge(), f[18]);
-    EXPECT_PRINTED(log.GetSolutionAge(), f[19]);
-    EXPECT_EQ(log.GetSatellitesTracked(), Decimal(f[20]));
-    EXPECT_EQ(log.GetSatellitesUsed(), Decimal(f[21]));
-    EXPECT_EQ(log.GetL1SatellitesUsed(), Decimal(f[22]));
-    EXPECT_EQ(log.GetMultiFrequencySatellitesUsed(), Decimal(f[23]));
-    EXPECT_EQ(log.GetReservedByte108(), Decimal(f[24]));
-    EXPECT_EQ(log.GetExtendedSolutionStatus(), Hexadecimal(f[25]));
-    EXPECT_EQ(log.GetReservedByte110(), Hexadecimal(f[26]));
-    EXPECT_EQ(log.GetSignalMask(), Hexadecimal(f[27]));
-}
-
-// One recording and the position logs its twin holds.
-struct STwinCase {
-    const char* recording;  // the binary recording; its twin has the same name ending ".asc"
-    size_t bestxyz;
-    size_t psrxyz;
-    size_t bestpos;
-};
-
-void PrintTo(const STwinCase& c, std::ostream* out) { *out << c.recording; }
-
-class PositionLogsTwin : public ::testing::TestWithParam<STwinCase> {
-protected:
-    // The decoded records of one log ID, paired in order with the twin's lines,
-    // after checking the counts and that each pair has the same time.
-    template <typename Record>
-    void ForEachPair(unsigned messageId, const char* twinName, size_t expected,
-                     void (*check)(const Record&, const LogsTest::SAsciiLog&)) {
-        const STwinCase& c = GetParam();
-        QUILLOND_REQUIRE_CAPTURE(binaryPath, c.recording);
-        std::string twinFile = c.recording;
-        twinFile.replace(twinFile.size() - 4, 4, ".asc");
-        QUILLOND_REQUIRE_CAPTURE(twinPath, twinFile);
-        const std::vector<ByteVector> frames =
-            LogsTest::FramesWithId(LogsTest::BinaryFramesOf(binaryPath), messageId);
-        const std::vector<LogsTest::SAsciiLog> twins =
-            LogsTest::LogsNamed(LogsTest::ReadAsciiTwin(twinPath), twinName);
-        ASSERT_EQ(frames.size(), expected);
-        ASSERT_EQ(twins.size(), expected);
-        for (size_t i = 0; i < frames.size(); ++i) {
-            SCOPED_TRACE(std::string(twinName) + " #" + std::to_string(i));
-            const RecordPtr record(CreateRecord(frames[i]));
-            const Record* log = dynamic_cast<const Record*>(record.get());
-            ASSERT_NE(log, nullptr);
-            ExpectHeaderMatchesTwin(dynamic_cast<const CNovatelBinaryRecord&>(*record), twins[i]);
-            check(*log, twins[i]);
+    EXPECT_EQ(log.GetSolutionStatus(), Enumeration(f[0]));
+    EXPECT_EQ(log.GetPositionType(), Enumeration(f[1]));
+    EXPECT_EQ(log.GetVelocitySolutionStatus(), Enumeration(f[8]));
+    EXPECT_EQ(log.GetVelocityType(), Enumeration(f[9]));
+    const size_t firstField[] = {2, 5, 10, 13};  // of each accessor's three numbers
+    const CCartesianLog& solution = log;
+    for (size_t v = 0; v < 4; ++v) {
+        double xyz[3] = {0, 0, 0};
+        ASSERT_TRUE((solution.*kVectorAccessors[v])(xyz[0], xyz[1], xyz[2]));
+        for (size_t i = 0; i < 3; ++i) {
+            ExpectPrinted(xyz[i], f[firstField[v] + i],
+                          "field " + std::to_string(firstField[v] + i));
         }
     }
+    EXPECT_EQ(log.GetBaseStationID().size(), 4u);
+    EXPECT_EQ(std::string(log.GetBaseStationID().c_str()), f[16]);  // printed up to the first NUL
+    ExpectPrinted(log.GetVelocityLatency(), f[17], "velocity latency");
+    ExpectPrinted(log.GetDifferentialAge(), f[18], "differential age");
+    ExpectPrinted(log.GetSolutionAge(), f[19], "solution age");
+    EXPECT_EQ(log.GetSatellitesTracked(), Unsigned(f[20]));
+    EXPECT_EQ(log.GetSatellitesUsed(), Unsigned(f[21]));
+    EXPECT_EQ(log.GetL1SatellitesUsed(), Unsigned(f[22]));
+    EXPECT_EQ(log.GetMultiFrequencySatellitesUsed(), Unsigned(f[23]));
+    EXPECT_EQ(log.GetReservedByte108(), Unsigned(f[24]));
+    EXPECT_EQ(log.GetExtendedSolutionStatus(), Hex(f[25]));
+    EXPECT_EQ(log.GetReservedByte110(), Hex(f[26]));
+    EXPECT_EQ(log.GetSignalMask(), Hex(f[27]));
+}
+
+// Decodes each frame of one log and checks it, header and body, against its twin line.
+template <typename Record>
+void ExpectEachMatchesTwin(const std::vector<ByteVector>& frames,
+                           const std::vector<SAsciiLog>& twins,
+                           void (*check)(const Record&, const SAsciiLog&)) {
+    for (size_t i = 0; i < frames.size(); ++i) {
+        SCOPED_TRACE(twins[i].name + " #" + std::to_string(i));
+        const auto log = Decode<Record>(frames[i]);
+        ASSERT_NE(log, nullptr);
+        ExpectHeaderMatchesTwin(dynamic_cast<const CNovatelBinaryRecord&>(*log), twins[i]);
+        check(*log, twins[i]);
+    }
+}
+
+// The recordings and how many BESTXYZ, PSRXYZ and BESTPOS logs each twin holds.
+struct SPositionCounts {
+    const char* recording;
+    size_t bestxyz, psrxyz, bestpos;
 };
 
-TEST_P(PositionLogsTwin, BestxyzMatchesEveryFieldOfItsTwin) {
-    ForEachPair<CNovatelBESTXYZ>(kBESTXYZMessageID, "BESTXYZA", GetParam().bestxyz,
-                                 [](const CNovatelBESTXYZ& log, const LogsTest::SAsciiLog& twin) {
-                                     ExpectCartesianMatchesTwin(log, twin.body);
-                                 });
+void PrintTo(const SPositionCounts& c, std::ostream* out) { *out << c.recording; }
+
+class PositionTwin : public ::testing::TestWithParam<SPositionCounts> {};
+
+TEST_P(PositionTwin, EveryFieldOfBestxyzPsrxyzAndBestposUndulationMatchesItsTwin) {
+    const SPositionCounts& c = GetParam();
+    QUILLOND_TWIN_PAIRS(bestxyz, STwinCase(c.recording, c.bestxyz), kBESTXYZMessageID, "BESTXYZA");
+    QUILLOND_TWIN_PAIRS(psrxyz, STwinCase(c.recording, c.psrxyz), kPSRXYZMessageID, "PSRXYZA");
+    QUILLOND_TWIN_PAIRS(bestpos, STwinCase(c.recording, c.bestpos), kBESTPOSMessageID, "BESTPOSA");
+    ExpectEachMatchesTwin<CNovatelBESTXYZ>(bestxyzFrames, bestxyz,
+                                           [](const CNovatelBESTXYZ& log, const SAsciiLog& twin) {
+                                               ExpectCartesianMatchesTwin(log, twin.body);
+                                           });
+    ExpectEachMatchesTwin<CNovatelPSRXYZ>(psrxyzFrames, psrxyz,
+                                          [](const CNovatelPSRXYZ& log, const SAsciiLog& twin) {
+                                              ExpectCartesianMatchesTwin(log, twin.body);
+                                          });
+    // BESTPOS is decoded for its undulation only (body field 6 of the twin).
+    ExpectEachMatchesTwin<CNovatelBESTPOS>(
+        bestposFrames, bestpos, [](const CNovatelBESTPOS& log, const SAsciiLog& twin) {
+            ASSERT_GT(twin.body.size(), 5u);
+            ExpectPrinted(log.GetUndulation(), twin.body[5], "undulation");
+        });
 }
 
-TEST_P(PositionLogsTwin, PsrxyzMatchesEveryFieldOfItsTwin) {
-    ForEachPair<CNovatelPSRXYZ>(kPSRXYZMessageID, "PSRXYZA", GetParam().psrxyz,
-                                [](const CNovatelPSRXYZ& log, const LogsTest::SAsciiLog& twin) {
-                                    ExpectCartesianMatchesTwin(log, twin.body);
-                                });
-}
-
-// BESTPOS is decoded for its undulation only (body field 6 of the twin).
-TEST_P(PositionLogsTwin, BestposUndulationMatchesItsTwin) {
-    ForEachPair<CNovatelBESTPOS>(kBESTPOSMessageID, "BESTPOSA", GetParam().bestpos,
-                                 [](const CNovatelBESTPOS& log, const LogsTest::SAsciiLog& twin) {
-                                     ASSERT_GT(twin.body.size(), 5u);
-                                     EXPECT_PRINTED(log.GetUndulation(), twin.body[5]);
-                                 });
-}
-
-INSTANTIATE_TEST_SUITE_P(Recordings, PositionLogsTwin,
-                         ::testing::Values(STwinCase{"oemv3-OneEach.gps", 1, 1, 1},
-                                           STwinCase{"oemv3-OnceEachAgain.gps", 1, 1, 1},
-                                           STwinCase{"oemv3-ParsingData.gps", 0, 0, 84},
-                                           STwinCase{"oemv3-ParsingData2.gps", 1, 0, 20},
-                                           STwinCase{"oemv3-PropakWithGlonass.gps", 2, 1, 1},
-                                           STwinCase{"oemv3-MorePropak.gps", 1, 0, 1}),
-                         [](const ::testing::TestParamInfo<STwinCase>& info) {
-                             std::string name = info.param.recording;
-                             for (char& ch : name) {
-                                 if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
-                             }
-                             return name;
+INSTANTIATE_TEST_SUITE_P(Recordings, PositionTwin,
+                         ::testing::Values(SPositionCounts{"oemv3-OneEach.gps", 1, 1, 1},
+                                           SPositionCounts{"oemv3-OnceEachAgain.gps", 1, 1, 1},
+                                           SPositionCounts{"oemv3-ParsingData.gps", 0, 0, 84},
+                                           SPositionCounts{"oemv3-ParsingData2.gps", 1, 0, 20},
+                                           SPositionCounts{"oemv3-PropakWithGlonass.gps", 2, 1, 1},
+                                           SPositionCounts{"oemv3-MorePropak.gps", 1, 0, 1}),
+                         [](const ::testing::TestParamInfo<SPositionCounts>& info) {
+                             return FramingTest::RecordingTestName(info.param.recording);
                          });
 
 // --- Generated frames -------------------------------------------------------
-
-Tools::SFrameHeader HeaderFor(uint16_t messageId) {
-    Tools::SFrameHeader header;
-    header.messageId = messageId;
-    header.week = 2029;
-    header.milliseconds = 345600500;
-    return header;
-}
 
 // A Cartesian body whose every field has its own value; fractions that a
 // single holds exactly so the standard deviations compare exactly.
@@ -243,22 +167,12 @@ class CartesianLogFrames : public ::testing::TestWithParam<uint16_t> {};
 
 TEST_P(CartesianLogFrames, FactoryMakesItsClassWithEveryFieldAtItsOffset) {
     const uint16_t messageId = GetParam();
-    const RecordPtr record(
-        CreateRecord(Tools::BuildBinaryFrame(HeaderFor(messageId), DistinctCartesianBody())));
-    switch (messageId) {
-        case kBESTXYZMessageID:
-            EXPECT_NE(dynamic_cast<CNovatelBESTXYZB*>(record.get()), nullptr);
-            break;
-        case kPSRXYZMessageID:
-            EXPECT_NE(dynamic_cast<CNovatelPSRXYZB*>(record.get()), nullptr);
-            break;
-        case kRTKXYZMessageID:
-            EXPECT_NE(dynamic_cast<CNovatelRTKXYZB*>(record.get()), nullptr);
-            break;
-        case kPDPXYZMessageID:
-            EXPECT_NE(dynamic_cast<CNovatelPDPXYZB*>(record.get()), nullptr);
-            break;
-    }
+    const RecordPtr record(CreateRecord(LogFrame(messageId, DistinctCartesianBody())));
+    // Consumers tell the four apart by class: the record is its own log's and no other's.
+    EXPECT_EQ(dynamic_cast<CNovatelBESTXYZB*>(record.get()) != nullptr, messageId == 241);
+    EXPECT_EQ(dynamic_cast<CNovatelPSRXYZB*>(record.get()) != nullptr, messageId == 243);
+    EXPECT_EQ(dynamic_cast<CNovatelRTKXYZB*>(record.get()) != nullptr, messageId == 244);
+    EXPECT_EQ(dynamic_cast<CNovatelPDPXYZB*>(record.get()) != nullptr, messageId == 471);
     EXPECT_EQ(dynamic_cast<CGeodeticLog*>(record.get()), nullptr);
     // Consumers read the solution through the interface alone.
     const CCartesianLog* log = dynamic_cast<const CCartesianLog*>(record.get());
@@ -270,23 +184,15 @@ TEST_P(CartesianLogFrames, FactoryMakesItsClassWithEveryFieldAtItsOffset) {
     EXPECT_EQ(log->GetVelocityType(), 8u);
     EXPECT_EQ(log->GetSatellitesTracked(), 14u);
     EXPECT_EQ(log->GetSatellitesUsed(), 12u);
-    double a = 0, b = 0, c = 0;
-    ASSERT_TRUE(log->GetPosition(a, b, c));
-    EXPECT_EQ(a, -2694685.473);
-    EXPECT_EQ(b, -4293642.366);
-    EXPECT_EQ(c, 3857878.924);
-    ASSERT_TRUE(log->GetPositionStdDev(a, b, c));
-    EXPECT_EQ(a, 0.25);
-    EXPECT_EQ(b, 0.5);
-    EXPECT_EQ(c, 0.75);
-    ASSERT_TRUE(log->GetVelocity(a, b, c));
-    EXPECT_EQ(a, 0.125);
-    EXPECT_EQ(b, -1.0625);
-    EXPECT_EQ(c, 2.5);
-    ASSERT_TRUE(log->GetVelocityStdDev(a, b, c));
-    EXPECT_EQ(a, 0.0625);
-    EXPECT_EQ(b, 0.1875);
-    EXPECT_EQ(c, 0.3125);
+    const double expected[4][3] = {{-2694685.473, -4293642.366, 3857878.924},
+                                   {0.25, 0.5, 0.75},
+                                   {0.125, -1.0625, 2.5},
+                                   {0.0625, 0.1875, 0.3125}};
+    for (size_t v = 0; v < 4; ++v) {
+        double xyz[3] = {0, 0, 0};
+        ASSERT_TRUE((log->*kVectorAccessors[v])(xyz[0], xyz[1], xyz[2])) << v;
+        for (size_t i = 0; i < 3; ++i) EXPECT_EQ(xyz[i], expected[v][i]) << v << "," << i;
+    }
     // The receiver counts all systems together.
     EXPECT_EQ(log->GetGLONASSSatellitesUsed(), 0u);
     EXPECT_EQ(log->GetGLONASSSatellitesTracked(), 0u);
@@ -309,15 +215,12 @@ TEST_P(CartesianLogFrames, FactoryMakesItsClassWithEveryFieldAtItsOffset) {
 // A message that failed its checksum keeps its numbers, but its solution is
 // not handed out: all four vector accessors answer false and zeros.
 TEST_P(CartesianLogFrames, WrongCrcWithholdsTheSolutionButKeepsTheNumbers) {
-    ByteVector frame = Tools::BuildBinaryFrame(HeaderFor(GetParam()), DistinctCartesianBody());
+    ByteVector frame = LogFrame(GetParam(), DistinctCartesianBody());
     frame.back() ^= 0x01;
     const RecordPtr record(CreateRecord(frame));
     const CCartesianLog* log = dynamic_cast<const CCartesianLog*>(record.get());
     ASSERT_NE(log, nullptr);
-    typedef bool (CCartesianLog::*VectorAccessor)(double&, double&, double&) const;
-    for (VectorAccessor accessor :
-         {&CCartesianLog::GetPosition, &CCartesianLog::GetPositionStdDev,
-          &CCartesianLog::GetVelocity, &CCartesianLog::GetVelocityStdDev}) {
+    for (VectorAccessor accessor : kVectorAccessors) {
         double a = 7, b = 7, c = 7;
         EXPECT_FALSE((log->*accessor)(a, b, c));
         EXPECT_EQ(a, 0.0);
@@ -335,52 +238,34 @@ INSTANTIATE_TEST_SUITE_P(AllFour, CartesianLogFrames,
                              return "Id" + std::to_string(info.param);
                          });
 
-// Consumers tell the four Cartesian logs apart by class: no record answers to
-// another log's class.
-TEST(CartesianLogs, EachRecordIsOnlyItsOwnLog) {
-    const ByteVector body = DistinctCartesianBody();
-    const RecordPtr best(CreateRecord(Tools::BuildBinaryFrame(HeaderFor(241), body)));
-    const RecordPtr psr(CreateRecord(Tools::BuildBinaryFrame(HeaderFor(243), body)));
-    const RecordPtr rtk(CreateRecord(Tools::BuildBinaryFrame(HeaderFor(244), body)));
-    const RecordPtr pdp(CreateRecord(Tools::BuildBinaryFrame(HeaderFor(471), body)));
-    const std::vector<CGPSRecord*> records = {best.get(), psr.get(), rtk.get(), pdp.get()};
-    for (size_t i = 0; i < records.size(); ++i) {
-        EXPECT_EQ(dynamic_cast<CNovatelBESTXYZ*>(records[i]) != nullptr, i == 0) << i;
-        EXPECT_EQ(dynamic_cast<CNovatelPSRXYZ*>(records[i]) != nullptr, i == 1) << i;
-        EXPECT_EQ(dynamic_cast<CNovatelRTKXYZ*>(records[i]) != nullptr, i == 2) << i;
-        EXPECT_EQ(dynamic_cast<CNovatelPDPXYZ*>(records[i]) != nullptr, i == 3) << i;
-    }
-}
-
-ByteVector DistinctGeodeticBody(double latitudeDegrees) {
+ByteVector DistinctGeodeticBody() {
     return Tools::CBodyWriter()
-        .U32(1)                // solution status
-        .U32(64)               // position type (OmniSTAR HP)
-        .F64(latitudeDegrees)  // latitude
-        .F64(-120.0)           // longitude
-        .F64(123.4567)         // height
-        .F32(-29.25f)          // undulation
-        .U32(61)               // datum
-        .F32(0.125f)           // sigma latitude
-        .F32(0.375f)           // sigma longitude
-        .F32(0.625f)           // sigma height
-        .Text("HP01", 4)       // base station ID
-        .F32(6.5f)             // differential age
-        .F32(0.5f)             // solution age
-        .U8(15)                // satellites tracked
-        .U8(9)                 // satellites used
-        .U8(8)                 // L1 used
-        .U8(7)                 // multi-frequency used
-        .U8(0xB4)              // reserved 68
-        .U8(0x05)              // extended solution status
-        .U8(0xB6)              // reserved 70
-        .U8(0x13)              // signal mask
+        .U32(1)           // solution status
+        .U32(64)          // position type (OmniSTAR HP)
+        .F64(45.0)        // latitude: 45 degrees
+        .F64(-120.0)      // longitude
+        .F64(123.4567)    // height
+        .F32(-29.25f)     // undulation
+        .U32(61)          // datum
+        .F32(0.125f)      // sigma latitude
+        .F32(0.375f)      // sigma longitude
+        .F32(0.625f)      // sigma height
+        .Text("HP01", 4)  // base station ID
+        .F32(6.5f)        // differential age
+        .F32(0.5f)        // solution age
+        .U8(15)           // satellites tracked
+        .U8(9)            // satellites used
+        .U8(8)            // L1 used
+        .U8(7)            // multi-frequency used
+        .U8(0xB4)         // reserved 68
+        .U8(0x05)         // extended solution status
+        .U8(0xB6)         // reserved 70
+        .U8(0x13)         // signal mask
         .Bytes();
 }
 
 TEST(OmnihpposLog, DecodesEveryFieldWithLatitudeAndLongitudeInRadians) {
-    const RecordPtr record(CreateRecord(
-        Tools::BuildBinaryFrame(HeaderFor(kOMNIHPPOSMessageID), DistinctGeodeticBody(45.0))));
+    const RecordPtr record(CreateRecord(LogFrame(kOMNIHPPOSMessageID, DistinctGeodeticBody())));
     EXPECT_NE(dynamic_cast<CNovatelOMNIHPPOSB*>(record.get()), nullptr);
     EXPECT_EQ(dynamic_cast<CCartesianLog*>(record.get()), nullptr);
     const CGeodeticLog* log = dynamic_cast<const CGeodeticLog*>(record.get());
@@ -412,27 +297,23 @@ TEST(OmnihpposLog, DecodesEveryFieldWithLatitudeAndLongitudeInRadians) {
     EXPECT_EQ(novatel.GetExtendedSolutionStatus(), 0x05u);
     EXPECT_EQ(novatel.GetReservedByte70(), 0xB6u);
     EXPECT_EQ(novatel.GetSignalMask(), 0x13u);
-}
 
-TEST(OmnihpposLog, WrongCrcWithholdsPositionAndDeviations) {
-    ByteVector frame =
-        Tools::BuildBinaryFrame(HeaderFor(kOMNIHPPOSMessageID), DistinctGeodeticBody(45.0));
-    frame[frame.size() - 2] ^= 0x80;
-    const RecordPtr record(CreateRecord(frame));
-    const CGeodeticLog* log = dynamic_cast<const CGeodeticLog*>(record.get());
-    ASSERT_NE(log, nullptr);
-    double a = 7, b = 7, c = 7;
-    EXPECT_FALSE(log->GetPosition(a, b, c));
-    EXPECT_EQ(a + b + c, 0.0);
-    a = b = c = 7;
-    EXPECT_FALSE(log->GetPositionStdDev(a, b, c));
-    EXPECT_EQ(a + b + c, 0.0);
-    EXPECT_EQ(log->GetUndulation(), -29.25);
+    // A failed checksum withholds position and deviations, not the rest.
+    ByteVector damaged = LogFrame(kOMNIHPPOSMessageID, DistinctGeodeticBody());
+    damaged[damaged.size() - 2] ^= 0x80;
+    const auto bad = Decode<CGeodeticLog>(damaged);
+    ASSERT_NE(bad, nullptr);
+    lat = lon = height = 7;
+    EXPECT_FALSE(bad->GetPosition(lat, lon, height));
+    EXPECT_EQ(lat + lon + height, 0.0);
+    lat = lon = height = 7;
+    EXPECT_FALSE(bad->GetPositionStdDev(lat, lon, height));
+    EXPECT_EQ(lat + lon + height, 0.0);
+    EXPECT_EQ(bad->GetUndulation(), -29.25);
 }
 
 TEST(BestposLog, OffersOnlyTheUndulationAndIsNoGeodeticLog) {
-    const RecordPtr record(CreateRecord(
-        Tools::BuildBinaryFrame(HeaderFor(kBESTPOSMessageID), DistinctGeodeticBody(45.0))));
+    const RecordPtr record(CreateRecord(LogFrame(kBESTPOSMessageID, DistinctGeodeticBody())));
     const CNovatelBESTPOS* bestpos = dynamic_cast<const CNovatelBESTPOS*>(record.get());
     ASSERT_NE(bestpos, nullptr);
     EXPECT_NE(dynamic_cast<const CNovatelBESTPOSB*>(record.get()), nullptr);
@@ -451,8 +332,8 @@ class PositionLogTruncation : public ::testing::TestWithParam<uint16_t> {};
 TEST_P(PositionLogTruncation, CutFrameYieldsZerosBeyondItsEndAndNeverReadsPastIt) {
     const uint16_t messageId = GetParam();
     const bool geodetic = messageId == kOMNIHPPOSMessageID || messageId == kBESTPOSMessageID;
-    const ByteVector body = geodetic ? DistinctGeodeticBody(45.0) : DistinctCartesianBody();
-    const ByteVector full = Tools::BuildBinaryFrame(HeaderFor(messageId), body);
+    const ByteVector body = geodetic ? DistinctGeodeticBody() : DistinctCartesianBody();
+    const ByteVector full = LogFrame(messageId, body);
     // From one byte: the factory reads the first byte unchecked, as framers never
     // deliver an empty sentence.
     for (size_t length = 1; length <= full.size(); ++length) {

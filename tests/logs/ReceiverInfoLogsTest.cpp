@@ -21,7 +21,7 @@
 #include "Logs/NovatelOEMV/NovatelBinaryFields.h"
 #include "Logs/NovatelOEMV/NovatelMessageIDs.h"
 #include "Logs/NovatelOEMV/RecordFactory.h"
-#include "tests/logs/AsciiTwin.h"
+#include "tests/logs/LogsTestSupport.h"
 
 using Novatel::CNovatelCHANCONFIGLIST;
 using Novatel::CNovatelCHANCONFIGLISTB;
@@ -34,11 +34,10 @@ using ::testing::HasSubstr;
 
 namespace {
 
-typedef std::unique_ptr<CGPSRecord> RecordPtr;
+using LogsTest::Decode;
+using LogsTest::ParseFunction;
 
-const char kParseSentenceData[] =
-    "::ParseSentenceData(const std::vector<unsigned char, std::allocator<unsigned char> >&)";
-
+// Week and time fixed: the VERSION report dumps the header bytes.
 ByteVector LogFrame(uint16_t messageId, const ByteVector& body) {
     Tools::SFrameHeader header;
     header.messageId = messageId;
@@ -47,31 +46,11 @@ ByteVector LogFrame(uint16_t messageId, const ByteVector& body) {
     return Tools::BuildBinaryFrame(header, body);
 }
 
-// The decoded record of a frame, through the factory as the port handler gets it.
-template <typename Log>
-std::unique_ptr<const Log> Decode(const ByteVector& frame) {
-    RecordPtr record(CreateRecord(frame));
-    const Log* log = dynamic_cast<const Log*>(record.get());
-    if (log != nullptr) record.release();
-    return std::unique_ptr<const Log>(log);
-}
-
-std::string RegexEscaped(const std::string& text) {
-    std::string escaped;
-    for (char c : text) {
-        if (std::string(".[]{}()\\*+?^$|").find(c) != std::string::npos) escaped += '\\';
-        escaped += c;
-    }
-    return escaped;
-}
-
-// The line a failed length check leaves on standard error, the source path
-// relative to the repository and any line number.
+// The line a failed length check leaves on standard error, whole.
 ::testing::Matcher<const std::string&> AssertionLine(const std::string& source,
                                                      const std::string& function,
                                                      const std::string& condition) {
-    return ContainsRegex("(^|\n)" + RegexEscaped(source) + ":[0-9]+: " + RegexEscaped(function) +
-                         ": Assertion `" + RegexEscaped(condition) + "' failed\\.\n");
+    return ContainsRegex("(^|\n)" + LogsTest::AssertionPattern(source, function, condition) + "\n");
 }
 
 // ---------------------------------------------------------------- VERSION
@@ -135,24 +114,15 @@ const ByteVector* FrameWithHeaderOf(const std::vector<ByteVector>& frames,
     return nullptr;
 }
 
-struct STwinCase {
-    const char* recording;
-    const char* twin;
-    size_t logs;  // VERSION logs the twin holds
-};
-
-void PrintTo(const STwinCase& c, std::ostream* out) { *out << c.recording; }
-
-class NovatelVERSIONBTwin : public ::testing::TestWithParam<STwinCase> {};
+class NovatelVERSIONBTwin : public ::testing::TestWithParam<LogsTest::STwinCase> {};
 
 TEST_P(NovatelVERSIONBTwin, EveryComponentFieldMatchesTheReceiversAsciiLog) {
-    const STwinCase& c = GetParam();
+    const LogsTest::STwinCase& c = GetParam();
     QUILLOND_REQUIRE_CAPTURE(recording, c.recording);
-    QUILLOND_REQUIRE_CAPTURE(twinPath, c.twin);
+    QUILLOND_REQUIRE_CAPTURE(twinPath, c.TwinFile());
     const std::vector<ByteVector> frames =
         LogsTest::FramesWithId(LogsTest::BinaryFramesOf(recording), Novatel::kVERSIONMessageID);
-    const std::vector<LogsTest::SAsciiLog> twins =
-        LogsTest::LogsNamed(LogsTest::ReadAsciiTwin(twinPath), "VERSIONA");
+    const std::vector<LogsTest::SAsciiLog> twins = LogsTest::ReadAsciiTwin(twinPath, "VERSIONA");
     ASSERT_EQ(twins.size(), c.logs);
 
     for (const LogsTest::SAsciiLog& twin : twins) {
@@ -173,15 +143,13 @@ TEST_P(NovatelVERSIONBTwin, EveryComponentFieldMatchesTheReceiversAsciiLog) {
 
 // oem7-version.asc renders the OEM638's VERSION that the mixed recording
 // holds (same week and time), not the frame of oem7-version.gps.
-INSTANTIATE_TEST_SUITE_P(
-    Recordings, NovatelVERSIONBTwin,
-    ::testing::Values(STwinCase{"oemv3-ParsingData.gps", "oemv3-ParsingData.asc", 3},
-                      STwinCase{"oemv3-ParsingData2.gps", "oemv3-ParsingData2.asc", 1},
-                      STwinCase{"oemv3-PropakWithGlonass.gps", "oemv3-PropakWithGlonass.asc", 1},
-                      STwinCase{"mixed-alllogs-repaired.gps", "oem7-version.asc", 1}),
-    [](const ::testing::TestParamInfo<STwinCase>& info) {
-        return FramingTest::RecordingTestName(info.param.recording);
-    });
+INSTANTIATE_TEST_SUITE_P(Recordings, NovatelVERSIONBTwin,
+                         ::testing::Values(LogsTest::STwinCase("oemv3-ParsingData.gps", 3),
+                                           LogsTest::STwinCase("oemv3-ParsingData2.gps", 1),
+                                           LogsTest::STwinCase("oemv3-PropakWithGlonass.gps", 1),
+                                           LogsTest::STwinCase("mixed-alllogs-repaired.gps", 1,
+                                                               "oem7-version.asc")),
+                         LogsTest::TwinCaseName);
 
 TEST(NovatelVERSIONB, Oem729RecordingMatchesHandDecode) {
     // No ASCII rendering of this frame exists; the values were read off the
@@ -258,8 +226,7 @@ TEST(NovatelVERSIONBDeathTest, WrongLengthReportsLengthsAndBytesThenEndsProcess)
          "NovatelVERSIONB: Unexpected length. Got 144, expected -72 from -1 components\n" +
              heading + frameStart},
     };
-    const std::string function =
-        std::string("virtual void Novatel::CNovatelVERSIONB") + kParseSentenceData;
+    const std::string function = ParseFunction("CNovatelVERSIONB");
     for (const auto& c : cases) {
         const ByteVector frame = LogFrame(Novatel::kVERSIONMessageID, c.body);
         EXPECT_DEATH(
@@ -377,8 +344,7 @@ TEST(NovatelCOMCONFIGBDeathTest, LengthOtherThanTheCountSaysEndsProcess) {
         // 0x40000003 * 44 is 3 * 44 in 32 bits: the sum must not wrap.
         {"count wrapping onto the length", WithCount(threePorts, 0x40000003)},
     };
-    const std::string function =
-        std::string("virtual void Novatel::CNovatelCOMCONFIGB") + kParseSentenceData;
+    const std::string function = ParseFunction("CNovatelCOMCONFIGB");
     for (const auto& c : cases) {
         const ByteVector frame = LogFrame(Novatel::kCOMCONFIGMessageID, c.body);
         EXPECT_DEATH(CNovatelCOMCONFIGB config(frame),
@@ -424,18 +390,11 @@ void ExpectSetsNumberedFromOne(const CNovatelCHANCONFIGLIST& list) {
 }
 
 TEST(NovatelCHANCONFIGLISTB, RecordingMatchesTheReceiversAsciiLog) {
-    QUILLOND_REQUIRE_CAPTURE(recording, "oem6-chanconfiglist.gps");
-    QUILLOND_REQUIRE_CAPTURE(twinPath, "oem6-chanconfiglist.asc");
-    const std::vector<ByteVector> frames = LogsTest::FramesWithId(
-        LogsTest::BinaryFramesOf(recording), Novatel::kCHANCONFIGLISTMessageID);
-    const std::vector<LogsTest::SAsciiLog> twins =
-        LogsTest::LogsNamed(LogsTest::ReadAsciiTwin(twinPath), "CHANCONFIGLISTA");
-    ASSERT_EQ(frames.size(), 1u);
-    ASSERT_EQ(twins.size(), 1u);
-    ASSERT_EQ(FrameWithHeaderOf(frames, twins[0]), &frames[0]);
-    const auto list = Decode<CNovatelCHANCONFIGLIST>(frames[0]);
+    QUILLOND_TWIN_PAIRS(twins, LogsTest::STwinCase("oem6-chanconfiglist.gps", 1),
+                        Novatel::kCHANCONFIGLISTMessageID, "CHANCONFIGLISTA");
+    ASSERT_EQ(FrameWithHeaderOf(twinsFrames, twins[0]), &twinsFrames[0]);
+    const auto list = Decode<CNovatelCHANCONFIGLIST>(twinsFrames[0]);
     ASSERT_NE(list, nullptr);
-
     EXPECT_EQ(ListFields(*list), twins[0].body);
     ExpectSetsNumberedFromOne(*list);
 }

@@ -1,11 +1,12 @@
 // The record factory: the order of its tests (first byte, response bit,
-// message ID), and every sentence of real recordings, framed by the real
-// framers, turned into the record it should be.
+// message ID), the binary command response it makes, and every sentence of real recordings, framed
+// by the real framers, turned into the record it should be.
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <ostream>
+#include <string>
 #include <typeinfo>
 
 #include "Logs/NovatelOEMV/NMEARecord.h"
@@ -50,15 +51,58 @@ TEST(RecordFactory, NovatelAsciiSentenceMakesNoRecord) {
 }
 
 TEST(RecordFactory, ResponseBitMakesResponseWhateverTheMessageId) {
-    const ByteVector body = Tools::CBodyWriter().U32(1).Text("OK", 2).Bytes();
+    const ByteVector body = Tools::CBodyWriter().U32(0x01020304).Text("OK", 2).Bytes();
     for (uint8_t messageType : {0x80, 0x82, 0xC0}) {
         const RecordPtr record(CreateRecord(TypedFrame(42, messageType, body)));
-        EXPECT_NE(dynamic_cast<CNovatelBinaryResponse*>(record.get()), nullptr)
-            << "type " << int(messageType);
-        EXPECT_EQ(record->GetMessageID(), 42);
+        // As the screen dump reads it: through the record's NovAtel and response parts.
+        const auto* novatel = dynamic_cast<const Novatel::CNovatelRecord*>(record.get());
+        const auto* response = dynamic_cast<const Novatel::CNovatelResponse*>(record.get());
+        ASSERT_NE(novatel, nullptr) << "type " << int(messageType);
+        ASSERT_NE(response, nullptr) << "type " << int(messageType);
+        EXPECT_NE(dynamic_cast<CNovatelBinaryResponse*>(record.get()), nullptr);
+        EXPECT_EQ(novatel->GetMessageID(), 42);
+        EXPECT_EQ(novatel->GetMessageBody().size(), 6u);
+        EXPECT_EQ(response->GetResponseID(), 0x01020304u);
+        EXPECT_EQ(response->GetResponseText(), "OK");  // no terminator in the frame
     }
     const RecordPtr notResponse(CreateRecord(TypedFrame(42, 0x40, body)));
     EXPECT_EQ(dynamic_cast<CNovatelBinaryResponse*>(notResponse.get()), nullptr);
+}
+
+// The response text is what the body holds up to its first NUL, bounded by
+// the header's message length and by the frame.
+TEST(NovatelBinaryResponse, TextStopsAtNulAndIsEmptyWhenMessageLengthDoesNotFit) {
+    const int kAsBuilt = -1;
+    const struct {
+        std::string sent;
+        int claimedLength;  // message length written into the header
+        std::string read;
+    } cases[] = {
+        {"", kAsBuilt, ""},
+        {"OK", kAsBuilt, "OK"},
+        {std::string("OK\0\0", 4), kAsBuilt, "OK"},
+        {"Invalid Message ID", kAsBuilt, "Invalid Message ID"},
+        // Shorter than the response ID, or more than the frame holds: no
+        // text, and nothing read beyond the frame.
+        {"OK", 0, ""},
+        {"OK", 2, ""},
+        {"OK", 3, ""},
+        {"OK", 400, ""},
+    };
+    for (const auto& c : cases) {
+        ByteVector frame =
+            TypedFrame(36, 0x80, Tools::CBodyWriter().U32(1).Text(c.sent, c.sent.size()).Bytes());
+        if (c.claimedLength != kAsBuilt) {
+            frame[8] = static_cast<uint8_t>(c.claimedLength);
+            frame[9] = static_cast<uint8_t>(c.claimedLength >> 8);
+        }
+        const CNovatelBinaryResponse response(frame);
+        EXPECT_EQ(response.GetResponseText(), c.read)
+            << '"' << c.sent << "\" length " << c.claimedLength;
+        if (c.claimedLength == kAsBuilt) {
+            EXPECT_EQ(response.GetResponseID(), 1u);
+        }
+    }
 }
 
 TEST(RecordFactory, IdWithoutClassMakesPlainBinaryRecordKeepingItsId) {

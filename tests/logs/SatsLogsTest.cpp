@@ -12,12 +12,10 @@
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelRTKSATSB.h"
 #include "Logs/NovatelOEMV/NovatelMessageIDs.h"
 #include "Logs/NovatelOEMV/RecordFactory.h"
-#include "tests/logs/MeasurementLogsTestSupport.h"
+#include "tests/logs/LogsTestSupport.h"
 
-using namespace MeasurementLogsTest;
-using Novatel::CNovatelPDPSATSB;
-using Novatel::CNovatelRTKSATSB;
-using Novatel::CNovatelSatsLog;
+using namespace LogsTest;
+using namespace Novatel;
 
 namespace {
 
@@ -45,7 +43,7 @@ ByteVector SatsBody(uint32_t count, const std::vector<SEntry>& entries) {
 // The body starts where the header length says (48 here, not 28).
 TEST(SatsLog, DecodesEveryEntryOfEitherList) {
     const std::vector<SEntry> entries = {{0, 20, 0, 17, 0x3}, {7, 193, 0, 1, 0x100}};
-    for (uint16_t messageId : {Novatel::kRTKSATSMessageID, Novatel::kPDPSATSMessageID}) {
+    for (uint16_t messageId : {kRTKSATSMessageID, kPDPSATSMessageID}) {
         const std::unique_ptr<CGPSRecord> record(
             CreateRecord(LogFrameWithHeaderLength(messageId, 48, SatsBody(2, entries))));
         const CNovatelSatsLog* sats = dynamic_cast<const CNovatelSatsLog*>(record.get());
@@ -62,43 +60,33 @@ TEST(SatsLog, DecodesEveryEntryOfEitherList) {
     }
 }
 
-struct SChannelCase {
-    uint32_t system;
-    uint16_t sent;
-    int32_t held;
-};
-
-void PrintTo(const SChannelCase& c, std::ostream* out) {
-    *out << "system " << c.system << ", sent " << c.sent;
+// The channel is signed for GLONASS (system 1) only: both sides of the sign
+// boundary, and the same bits for other systems.
+TEST(SatsLog, FrequencyChannelIsSignedForGlonassOnly) {
+    const struct {
+        uint32_t system;
+        uint16_t sent;
+        int32_t held;
+    } cases[] = {{1, 65529, -7}, {1, 32767, 32767}, {1, 32768, -32768},
+                 {1, 65535, -1}, {0, 65529, 65529}, {2, 40000, 40000}};
+    for (const auto& c : cases) {
+        const CNovatelRTKSATSB record(
+            LogFrame(kRTKSATSMessageID, SatsBody(1, {{c.system, 5, c.sent, 1, 0}})));
+        ASSERT_EQ(record.GetSatellites().size(), 1u);
+        EXPECT_EQ(record.GetSatellites()[0].m_frequencyChannel, c.held)
+            << "system " << c.system << ", sent " << c.sent;
+    }
 }
-
-class SatsFrequencyChannel : public ::testing::TestWithParam<SChannelCase> {};
-
-TEST_P(SatsFrequencyChannel, IsSignedForGlonassOnly) {
-    const SChannelCase& c = GetParam();
-    const CNovatelRTKSATSB record(
-        LogFrame(Novatel::kRTKSATSMessageID, SatsBody(1, {{c.system, 5, c.sent, 1, 0}})));
-    ASSERT_EQ(record.GetSatellites().size(), 1u);
-    EXPECT_EQ(record.GetSatellites()[0].m_frequencyChannel, c.held);
-}
-
-INSTANTIATE_TEST_SUITE_P(Channels, SatsFrequencyChannel,
-                         ::testing::Values(SChannelCase{1, 65529, -7}, SChannelCase{1, 6, 6},
-                                           SChannelCase{1, 32767, 32767},
-                                           SChannelCase{1, 32768, -32768},
-                                           SChannelCase{1, 65535, -1},
-                                           SChannelCase{0, 65529, 65529},
-                                           SChannelCase{2, 40000, 40000}));
 
 // A list too short for its count is dropped without a word and the process
 // carries on.
 TEST(SatsLog, ListShorterThanItsCountIsSkippedSilently) {
     const std::vector<SEntry> two = {{0, 20, 0, 17, 0}, {1, 10, 65529, 17, 0}};
     const ByteVector frames[] = {
-        LogFrame(Novatel::kPDPSATSMessageID, SatsBody(3, two)),
-        Resized(LogFrame(Novatel::kPDPSATSMessageID, SatsBody(2, two)), -1),
-        LogFrame(Novatel::kPDPSATSMessageID, SatsBody(0xFFFFFFFF, two)),
-        LogFrame(Novatel::kPDPSATSMessageID, ByteVector()),
+        LogFrame(kPDPSATSMessageID, SatsBody(3, two)),
+        Resized(LogFrame(kPDPSATSMessageID, SatsBody(2, two)), -1),
+        LogFrame(kPDPSATSMessageID, SatsBody(0xFFFFFFFF, two)),
+        LogFrame(kPDPSATSMessageID, ByteVector()),
     };
     for (const ByteVector& frame : frames) {
         ::testing::internal::CaptureStdout();
@@ -112,8 +100,7 @@ TEST(SatsLog, ListShorterThanItsCountIsSkippedSilently) {
 
 TEST(SatsLog, FrameLongerThanItsListIsDecoded) {
     const std::vector<SEntry> one = {{1, 10, 65529, 17, 0}};
-    const CNovatelRTKSATSB record(
-        Resized(LogFrame(Novatel::kRTKSATSMessageID, SatsBody(1, one)), 7));
+    const CNovatelRTKSATSB record(Resized(LogFrame(kRTKSATSMessageID, SatsBody(1, one)), 7));
     ASSERT_EQ(record.GetSatellites().size(), 1u);
     EXPECT_EQ(record.GetSatellites()[0].m_frequencyChannel, -7);
 }
@@ -122,9 +109,9 @@ TEST(SatsLog, FrameLongerThanItsListIsDecoded) {
 // an independent decoder: 9 GPS, 1 QZSS and 9 GLONASS satellites, all status 17.
 TEST(SatsLog, ListsOfARealReceiver) {
     QUILLOND_REQUIRE_CAPTURE(path, "mixed-alllogs-repaired.gps");
-    const std::vector<ByteVector> frames = LogsTest::BinaryFramesOf(path);
-    for (uint16_t messageId : {Novatel::kRTKSATSMessageID, Novatel::kPDPSATSMessageID}) {
-        const std::vector<ByteVector> lists = LogsTest::FramesWithId(frames, messageId);
+    const std::vector<ByteVector> frames = BinaryFramesOf(path);
+    for (uint16_t messageId : {kRTKSATSMessageID, kPDPSATSMessageID}) {
+        const std::vector<ByteVector> lists = FramesWithId(frames, messageId);
         ASSERT_EQ(lists.size(), 1u) << "message ID " << messageId;
         const std::unique_ptr<CGPSRecord> record(CreateRecord(lists[0]));
         const CNovatelSatsLog* sats = dynamic_cast<const CNovatelSatsLog*>(record.get());

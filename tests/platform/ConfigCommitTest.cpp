@@ -138,18 +138,6 @@ TEST(ConfigCommitTest, CommitIntoReadOnlyDirectoryFailsAndKeepsValues) {
     EXPECT_EQ(ReadWholeFile(path), "[Quillond]\nio_type = 1\n");
 }
 
-TEST(ConfigCommitTest, CommitOverDirectoryFails) {
-    TempDir dir;
-    ::testing::internal::CaptureStderr();
-    CConfig config(dir.Path());
-    config.SetString("Q", "key", "v");
-    EXPECT_FALSE(config.Commit());
-    ::testing::internal::GetCapturedStderr();
-    struct stat info;
-    ASSERT_EQ(::stat(dir.Path().c_str(), &info), 0);
-    EXPECT_TRUE(S_ISDIR(info.st_mode));
-}
-
 TEST(ConfigCommitTest, SystemConfigUsesPathFromEnvironment) {
     TempDir dir;
     const std::string path = dir.File("system.conf");

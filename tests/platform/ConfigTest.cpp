@@ -105,7 +105,7 @@ TEST(ConfigTest, MissingFileGivesDefaultsSilently) {
     EXPECT_EQ(config.GetInteger("Quillond", "io_type", 3), 3);
 }
 
-TEST(ConfigTest, DirectoryInPlaceOfFileGivesDefaultsAndOneMessage) {
+TEST(ConfigTest, DirectoryInPlaceOfFileGivesDefaultsAndOneMessageAndCannotBeCommittedOver) {
     TempDir dir;
     ::testing::internal::CaptureStderr();
     CConfig config(dir.Path());
@@ -113,6 +113,13 @@ TEST(ConfigTest, DirectoryInPlaceOfFileGivesDefaultsAndOneMessage) {
     EXPECT_EQ(CountLines(errors), 1u) << errors;
     EXPECT_NE(errors.find(dir.Path()), std::string::npos) << errors;
     EXPECT_EQ(config.GetInteger("Quillond", "baud_rate", 230400), 230400);
+    config.SetString("Q", "key", "v");
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(config.Commit());
+    ::testing::internal::GetCapturedStderr();
+    struct stat info;
+    ASSERT_EQ(::stat(dir.Path().c_str(), &info), 0);
+    EXPECT_TRUE(S_ISDIR(info.st_mode));
 }
 
 TEST(ConfigTest, UnreadableFileGivesDefaultsAndIsNeverOverwritten) {

@@ -1,5 +1,4 @@
-#include "platform/Core/CrashHandler.h"
-
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -8,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include <gtest/gtest.h>
+#include "platform/Core/CrashHandler.h"
 
 namespace {
 
@@ -31,7 +30,8 @@ int CrashChild(void (*crash)(), std::string& report) {
     ::close(errors[1]);
     char chunk[4096];
     ssize_t n;
-    while ((n = ::read(errors[0], chunk, sizeof chunk)) > 0) report.append(chunk, static_cast<size_t>(n));
+    while ((n = ::read(errors[0], chunk, sizeof chunk)) > 0)
+        report.append(chunk, static_cast<size_t>(n));
     ::close(errors[0]);
     int status = 0;
     ::waitpid(pid, &status, 0);
@@ -50,7 +50,8 @@ TEST(CrashHandlerTest, ReportsNameSignalAndBacktraceThenDiesOfTheSameSignal) {
     for (const SCase& c : cases) {
         std::string report;
         int status = CrashChild(c.crash, report);
-        ASSERT_TRUE(WIFSIGNALED(status)) << c.name << ": the default action must still end the process";
+        ASSERT_TRUE(WIFSIGNALED(status))
+            << c.name << ": the default action must still end the process";
         EXPECT_EQ(c.signalNumber, WTERMSIG(status)) << c.name;
         EXPECT_NE(std::string::npos, report.find("quillond-test: fatal signal")) << report;
         EXPECT_NE(std::string::npos, report.find(c.name)) << report;

@@ -129,21 +129,6 @@ TEST(LogFileReaderTest, ReadsRecordsInOrderAndEndsSilentlyAtARecordBoundary) {
     EXPECT_EQ("", testing::internal::GetCapturedStderr());
 }
 
-TEST(LogFileReaderTest, AcceptsARecordOfExactlyOneMebibyte) {
-    TempDir dir;
-    const std::string path = dir.File("big.qlog");
-    const std::string big(1048576, '\x5A');
-    WriteWholeFile(path, kMark + Record(7.0, big));
-
-    CLogFileReader reader(path);
-    double timestamp = 0.0;
-    std::string data;
-    ASSERT_NE(0, reader.GetNextBinary(timestamp, data));
-    EXPECT_EQ(big, data);
-    EXPECT_EQ(0, reader.GetNextBinary(timestamp, data));
-    EXPECT_FALSE(reader.HasFailed());
-}
-
 TEST(LogFileReaderTest, MissingFileIsReportedOnceAndReadsAsAnEmptyButWatchableLog) {
     TempDir dir;
     const std::string path = dir.File("absent.qlog");

@@ -84,17 +84,7 @@ TEST(LogFileWriterTest, RefusesARecordOverTheLimitAndStaysUsable) {
     const RecordList records = ReadAll(path);
     ASSERT_EQ(1u, records.size());
     EXPECT_EQ(2.0, records[0].first);
-}
-
-TEST(LogFileWriterTest, TruncateModeReplacesAnExistingFile) {
-    TempDir dir;
-    const std::string path = dir.File("old.qlog");
-    WriteWholeFile(path, "whatever was here before");
-    CLogFileWriter writer;
-    ASSERT_TRUE(writer.Open(path, CLogFileWriter::kTruncate));
-    ASSERT_TRUE(writer.Write(5.0, std::string("new")));
-    ASSERT_TRUE(writer.Close());
-    EXPECT_EQ((RecordList{{5.0, "new"}}), ReadAll(path));
+    EXPECT_EQ(1048576u, records[0].second.size()) << "the reader takes a record of exactly 1 MiB";
 }
 
 TEST(LogFileWriterTest, AppendContinuesAnExistingLog) {
@@ -113,15 +103,22 @@ TEST(LogFileWriterTest, AppendContinuesAnExistingLog) {
     EXPECT_EQ((RecordList{{1.0, "one"}, {2.0, ""}, {3.0, "three"}}), ReadAll(path));
 }
 
-TEST(LogFileWriterTest, AppendToAnEmptyFileWritesTheMark) {
-    TempDir dir;
-    const std::string path = dir.File("empty.qlog");
-    WriteWholeFile(path, "");
-    CLogFileWriter writer;
-    ASSERT_TRUE(writer.Open(path, CLogFileWriter::kAppend));
-    ASSERT_TRUE(writer.Write(4.0, std::string("x")));
-    ASSERT_TRUE(writer.Close());
-    EXPECT_EQ((RecordList{{4.0, "x"}}), ReadAll(path));
+TEST(LogFileWriterTest, TruncateReplacesAnyFileAndAppendToAnEmptyFileWritesTheMark) {
+    const struct {
+        const char* before;
+        CLogFileWriter::EOpenMode mode;
+    } cases[] = {{"whatever was here before", CLogFileWriter::kTruncate},
+                 {"", CLogFileWriter::kAppend}};
+    for (const auto& c : cases) {
+        TempDir dir;
+        const std::string path = dir.File("old.qlog");
+        WriteWholeFile(path, c.before);
+        CLogFileWriter writer;
+        ASSERT_TRUE(writer.Open(path, c.mode)) << c.before;
+        ASSERT_TRUE(writer.Write(4.0, std::string("x")));
+        ASSERT_TRUE(writer.Close());
+        EXPECT_EQ((RecordList{{4.0, "x"}}), ReadAll(path)) << c.before;
+    }
 }
 
 struct SRefusedAppend {

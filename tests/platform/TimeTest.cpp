@@ -1,6 +1,6 @@
-#include "platform/Core/Time.h"
-
 #include <gtest/gtest.h>
+
+#include "platform/Core/Time.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "platform/Core/Utilities.h"
-
 #include <gtest/gtest.h>
+
+#include "platform/Core/Utilities.h"
 
 using Core::Utilities::ParseInt;
 using Core::Utilities::SplitString;
