@@ -2,8 +2,8 @@
 
 #include <iostream>
 
-#include "Logs/NovatelOEMV/NovatelRecord.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelResponse.h"
+#include "Logs/NovatelOEMV/NovatelRecord.h"
 
 CScreenDumpObserver::CScreenDumpObserver() : m_out(std::cout) {}
 

@@ -60,9 +60,13 @@ void BM_ReceivePath(benchmark::State& state, const char* recording) {
     state.counters["records"] = static_cast<double>(records);
 }
 
-BENCHMARK_CAPTURE(BM_ReceivePath, propak6_basic_fix, "propak6-basic-fix.gps")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_ReceivePath, oemv_test1_rcvr1, "oemv-test1_rcvr1.gps")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_ReceivePath, mixed_alllogs, "mixed-alllogs-repaired.gps")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_ReceivePath, ascii_nmea_mix, "udp-ascii-nmea-mix.txt")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ReceivePath, propak6_basic_fix, "propak6-basic-fix.gps")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ReceivePath, oemv_test1_rcvr1, "oemv-test1_rcvr1.gps")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ReceivePath, mixed_alllogs, "mixed-alllogs-repaired.gps")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ReceivePath, ascii_nmea_mix, "udp-ascii-nmea-mix.txt")
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace

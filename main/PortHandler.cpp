@@ -1,9 +1,9 @@
 #include "main/PortHandler.h"
 
+#include "LogObserver/LogObserver.h"
 #include "Logs/NovatelOEMV/GPSRecord.h"
 #include "Logs/NovatelOEMV/RecordFactory.h"
 #include "Logs/NovatelOEMV/SentenceConstructor.h"
-#include "LogObserver/LogObserver.h"
 #include "control/CommandQueue.h"
 #include "io/InputOutputHandler.h"
 #include "platform/Config/Config.h"
@@ -24,7 +24,8 @@ const double kCommandIdleSeconds = 0.1;
 
 }  // namespace
 
-CPortHandler::CPortHandler(const std::string& name) : CPortHandler(name, CConfig::GetSystemConfig()) {}
+CPortHandler::CPortHandler(const std::string& name)
+    : CPortHandler(name, CConfig::GetSystemConfig()) {}
 
 CPortHandler::CPortHandler(const std::string& name, CConfig& config)
     : m_logClient(new CLogClient(name, config)),
@@ -107,7 +108,9 @@ void CPortHandler::FlushRawData() {
     m_rawBuffer.clear();
 }
 
-int CPortHandler::GetFileDescriptor() const { return m_source ? m_source->GetFileDescriptor() : -1; }
+int CPortHandler::GetFileDescriptor() const {
+    return m_source ? m_source->GetFileDescriptor() : -1;
+}
 
 void CPortHandler::HandleSentence(const ByteVector& sentence) {
     m_statusClient->SentenceArrived();

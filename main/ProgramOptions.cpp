@@ -48,7 +48,8 @@ void PrintUsage(std::ostream& out, const char* programPath) {
         << "-h                  Displays this help menu\n"
         << "-d                  Display basic information on packets received to screen\n"
         << "\n"
-        << "If no parameters are given, the program will extract arguments from the config database\n"
+        << "If no parameters are given, the program will extract arguments from the config "
+           "database\n"
         << "\n"
         << "[Note 1] LB2 breakout only changes port 2 whilst port 1 remains undisturbed\n"
         << "\n";
@@ -94,10 +95,18 @@ bool ApplyCommandLine(SProgramOptions& options, int argc, char* argv[], std::ost
                 options.m_ioType = IO_TYPE_TOLVEK;
                 options.m_inputName = optarg;
                 break;
-            case 'b': options.m_baudRate = ToInt(optarg); break;
-            case 'c': options.m_configurationFile = optarg; break;
-            case 't': options.m_readTimeout = ToInt(optarg); break;
-            case 'z': options.m_readSize = ToInt(optarg); break;
+            case 'b':
+                options.m_baudRate = ToInt(optarg);
+                break;
+            case 'c':
+                options.m_configurationFile = optarg;
+                break;
+            case 't':
+                options.m_readTimeout = ToInt(optarg);
+                break;
+            case 'z':
+                options.m_readSize = ToInt(optarg);
+                break;
             case 'u': {
                 int mode = BreakoutModeFromName(optarg);
                 if (mode < 0) {
@@ -107,12 +116,17 @@ bool ApplyCommandLine(SProgramOptions& options, int argc, char* argv[], std::ost
                 options.m_breakoutMode = mode;
                 break;
             }
-            case 'p': options.m_elevatePriority = false; break;
-            case 'd': options.m_displayPackets = true; break;
+            case 'p':
+                options.m_elevatePriority = false;
+                break;
+            case 'd':
+                options.m_displayPackets = true;
+                break;
             case '?':
                 errors << "Unrecognised argument \"" << optopt << "\"\n\n";
                 return false;
-            default: break;
+            default:
+                break;
         }
     }
     return true;

@@ -22,10 +22,17 @@ bool ElevatePriority() {
 std::unique_ptr<CInputOutputHandler> CreateByteSource(const SProgramOptions& options) {
     std::unique_ptr<CInputOutputHandler> source;
     switch (options.GetIoType()) {
-        case IO_TYPE_FILE: source.reset(new CFileHandler()); break;
-        case IO_TYPE_SERIAL: source.reset(new CSerialHandler()); break;
-        case IO_TYPE_REPLAY: source.reset(new CReplayHandler()); break;
-        default: return source;
+        case IO_TYPE_FILE:
+            source.reset(new CFileHandler());
+            break;
+        case IO_TYPE_SERIAL:
+            source.reset(new CSerialHandler());
+            break;
+        case IO_TYPE_REPLAY:
+            source.reset(new CReplayHandler());
+            break;
+        default:
+            return source;
     }
     source->SetBaudRate(options.GetBaudRate());
     source->SetReadSize(options.GetReadSize());

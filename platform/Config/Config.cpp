@@ -28,11 +28,13 @@ std::string DirectoryOf(const std::string& path) {
 // same, or nullptr when it can.
 const char* WhyUnstorable(const std::string& section, const std::string& key,
                           const std::string& value) {
-    if (section.find_first_of("\r\n]") != std::string::npos || Core::Utilities::trim(section) != section) {
+    if (section.find_first_of("\r\n]") != std::string::npos ||
+        Core::Utilities::trim(section) != section) {
         return "the section name cannot be written as a header";
     }
-    if (key.empty() || Core::Utilities::trim(key) != key || key.find_first_of("\r\n=") != std::string::npos ||
-        key[0] == '[' || IsCommentStart(key[0])) {
+    if (key.empty() || Core::Utilities::trim(key) != key ||
+        key.find_first_of("\r\n=") != std::string::npos || key[0] == '[' ||
+        IsCommentStart(key[0])) {
         return "the key cannot be written as a key";
     }
     if (value.find_first_of("\r\n") != std::string::npos) return "the value holds a line break";
@@ -220,8 +222,9 @@ void CConfig::Parse(const std::string& text) {
         const char* problem = nullptr;
         if (line[0] == '[') {
             const size_t close = line.find(']');
-            const std::string rest =
-                close == std::string::npos ? std::string() : Core::Utilities::trim(line.substr(close + 1));
+            const std::string rest = close == std::string::npos
+                                         ? std::string()
+                                         : Core::Utilities::trim(line.substr(close + 1));
             if (close == std::string::npos) {
                 problem = "unterminated \"[\"";
             } else if (!rest.empty() && !IsCommentStart(rest[0])) {
@@ -232,15 +235,17 @@ void CConfig::Parse(const std::string& text) {
             }
         } else {
             const size_t equals = line.find('=');
-            const std::string key =
-                equals == std::string::npos ? std::string() : Core::Utilities::trim(line.substr(0, equals));
+            const std::string key = equals == std::string::npos
+                                        ? std::string()
+                                        : Core::Utilities::trim(line.substr(0, equals));
             if (equals == std::string::npos) {
                 problem = "no \"=\"";
             } else if (key.empty()) {
                 problem = "no key before \"=\"";
             } else {
                 // A key given twice keeps its last value.
-                m_values[Key(section, key)] = SEntry{Core::Utilities::trim(line.substr(equals + 1)), i + 1};
+                m_values[Key(section, key)] =
+                    SEntry{Core::Utilities::trim(line.substr(equals + 1)), i + 1};
                 m_insertAt[section] = i + 1;
             }
         }
@@ -277,7 +282,8 @@ std::string CConfig::Merge() const {
                      insert.second.begin(), insert.second.end());
     }
     for (const auto& section : newSections) {
-        if (!lines.empty() && !Core::Utilities::trim(lines.back()).empty()) lines.push_back(std::string());
+        if (!lines.empty() && !Core::Utilities::trim(lines.back()).empty())
+            lines.push_back(std::string());
         lines.push_back("[" + section.first + "]");
         lines.insert(lines.end(), section.second.begin(), section.second.end());
     }

@@ -21,12 +21,18 @@ char g_alternateStack[64 * 1024];
 
 const char* SignalName(int signalNumber) {
     switch (signalNumber) {
-        case SIGSEGV: return "SIGSEGV (segmentation fault)";
-        case SIGBUS: return "SIGBUS (bus error)";
-        case SIGFPE: return "SIGFPE (arithmetic exception)";
-        case SIGILL: return "SIGILL (illegal instruction)";
-        case SIGABRT: return "SIGABRT (aborted)";
-        default: return "unexpected signal";
+        case SIGSEGV:
+            return "SIGSEGV (segmentation fault)";
+        case SIGBUS:
+            return "SIGBUS (bus error)";
+        case SIGFPE:
+            return "SIGFPE (arithmetic exception)";
+        case SIGILL:
+            return "SIGILL (illegal instruction)";
+        case SIGABRT:
+            return "SIGABRT (aborted)";
+        default:
+            return "unexpected signal";
     }
 }
 
@@ -44,8 +50,8 @@ void WriteNumber(int number) {
     char digits[12];
     int position = static_cast<int>(sizeof digits) - 1;
     digits[position] = '\0';
-    unsigned int value = number < 0 ? 0u - static_cast<unsigned int>(number)
-                                    : static_cast<unsigned int>(number);
+    unsigned int value =
+        number < 0 ? 0u - static_cast<unsigned int>(number) : static_cast<unsigned int>(number);
     do {
         digits[--position] = static_cast<char>('0' + value % 10);
         value /= 10;

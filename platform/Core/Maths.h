@@ -9,8 +9,8 @@ const double DEGREES_PER_RADIAN = 180.0 / PI;
 const double RADIANS_PER_DEGREE = PI / 180.0;
 
 // WGS-84 defining parameters.
-const double WGS84_SEMI_MAJOR_AXIS = 6378137.0;            // a, metres
-const double WGS84_INVERSE_FLATTENING = 298.257223563;     // 1/f
+const double WGS84_SEMI_MAJOR_AXIS = 6378137.0;         // a, metres
+const double WGS84_INVERSE_FLATTENING = 298.257223563;  // 1/f
 const double WGS84_FLATTENING = 1.0 / WGS84_INVERSE_FLATTENING;
 const double WGS84_EARTH_ROTATION_RATE = 7.2921151467e-5;  // rad/s
 const double WGS84_GM = 3.986004418e14;                    // m^3/s^2

@@ -26,8 +26,8 @@ Time Time::FromMilliseconds(int64_t milliseconds) { return Time(milliseconds * 1
 
 void Time::AsGPSTime(unsigned& week, double& secondsOfWeek) const {
     const int64_t microsecondsPerWeek = static_cast<int64_t>(604800) * 1000000;
-    int64_t sinceGpsEpoch =
-        m_microseconds + (GPS_LEAP_SECONDS - GPS_EPOCH_UNIX_SECONDS) * static_cast<int64_t>(1000000);
+    int64_t sinceGpsEpoch = m_microseconds + (GPS_LEAP_SECONDS - GPS_EPOCH_UNIX_SECONDS) *
+                                                 static_cast<int64_t>(1000000);
     if (sinceGpsEpoch < 0) sinceGpsEpoch = 0;
     week = static_cast<unsigned>(sinceGpsEpoch / microsecondsPerWeek);
     secondsOfWeek = static_cast<double>(sinceGpsEpoch % microsecondsPerWeek) / 1e6;

@@ -2,14 +2,13 @@
 // configuration store layer and the choice of byte source.
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <pty.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "tests/support/TestSupport.h"
 

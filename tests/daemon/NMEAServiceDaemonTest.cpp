@@ -3,6 +3,7 @@
 // in use costs the service, not the daemon.
 
 #include <arpa/inet.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -14,8 +15,6 @@
 #include <cstring>
 #include <string>
 #include <thread>
-
-#include <gtest/gtest.h>
 
 #include "tests/support/LogServerStub.h"
 #include "tests/support/TestSupport.h"

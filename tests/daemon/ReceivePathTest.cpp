@@ -2,6 +2,7 @@
 // checksum statistics it publishes, and the restart of a silent link.
 
 #include <dirent.h>
+#include <gtest/gtest.h>
 #include <pty.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -9,11 +10,9 @@
 
 #include <atomic>
 #include <sstream>
-#include <thread>
 #include <string>
+#include <thread>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "Logs/NovatelOEMV/NMEASentenceConstructor.h"
 #include "Logs/NovatelOEMV/NovatelASCIISentenceConstructor.h"
@@ -28,11 +27,13 @@ using TestSupport::SProcessResult;
 
 class ReceivePathTest : public ::testing::Test {
 protected:
-    SProcessResult Run(std::vector<std::string> arguments, double timeout = 120.0, int timeoutSignal = SIGKILL) {
+    SProcessResult Run(std::vector<std::string> arguments, double timeout = 120.0,
+                       int timeoutSignal = SIGKILL) {
         arguments.insert(arguments.begin(), TestSupport::BuiltProgram("quillond"));
         return RunProcess(arguments, {{"QUILLOND_CONFIG", m_config}}, timeout, timeoutSignal);
     }
-    std::vector<std::string> Values(const std::vector<nlohmann::json>& datagrams, const std::string& key) {
+    std::vector<std::string> Values(const std::vector<nlohmann::json>& datagrams,
+                                    const std::string& key) {
         std::vector<std::string> values;
         for (const nlohmann::json& datagram : datagrams) {
             if (datagram.value("type", "") == "value" && datagram.value("key", "") == key) {
@@ -56,8 +57,8 @@ std::vector<std::string> Lines(const std::string& text) {
 
 TEST_F(ReceivePathTest, ScreenDumpShowsEveryBinaryRecordInStreamOrder) {
     std::string capture = m_dir.File("demo.gps");
-    ASSERT_EQ(0, RunProcess({TestSupport::BuiltProgram("quillond-mkcapture"), "-n", "3", "-w", "2390",
-                             "-s", "604799", capture})
+    ASSERT_EQ(0, RunProcess({TestSupport::BuiltProgram("quillond-mkcapture"), "-n", "3", "-w",
+                             "2390", "-s", "604799", capture})
                      .exitStatus);
     SProcessResult result = Run({"-p", "-d", "-f", capture});
     EXPECT_EQ(0, result.exitStatus) << result.standardError;
@@ -159,7 +160,8 @@ TEST_F(ReceivePathTest, EveryRecordingRunsToItsEndWithOneLinePerBinaryRecord) {
         std::vector<std::string> packetIds;
         size_t responses = 0;
         for (const std::string& line : Lines(result.standardOutput)) {
-            if (line.compare(0, 5, "ID = ") == 0) packetIds.push_back(line.substr(5, line.find(',') - 5));
+            if (line.compare(0, 5, "ID = ") == 0)
+                packetIds.push_back(line.substr(5, line.find(',') - 5));
             if (line.compare(0, 14, "Response: Log=") == 0) ++responses;
         }
         EXPECT_EQ(expected.packetIds, packetIds) << name;
@@ -177,9 +179,9 @@ TEST_F(ReceivePathTest, GarbageOnlyLinkIsRestartedAfterTenSeconds) {
     // arriving, checksums keep failing, no record is ever built.
     pid_t writer = ::fork();
     if (writer == 0) {
-        const unsigned char bad[] = {0xAA, 0x44, 0x12, 0x1C, 0x65, 0x00, 0x00, 0x20, 0x00, 0x00, 0, 0, 0, 0,
-                                     0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0, 0, 0, 0,
-                                     1,    2,    3,    4};
+        const unsigned char bad[] = {0xAA, 0x44, 0x12, 0x1C, 0x65, 0x00, 0x00, 0x20, 0x00, 0x00, 0,
+                                     0,    0,    0,    0,    0,    0,    0,    0,    0,    0,    0,
+                                     0,    0,    0,    0,    0,    0,    1,    2,    3,    4};
         for (int i = 0; i < 1200; ++i) {
             if (::write(master, bad, sizeof bad) < 0) break;
             ::usleep(10000);
@@ -196,7 +198,8 @@ TEST_F(ReceivePathTest, GarbageOnlyLinkIsRestartedAfterTenSeconds) {
     EXPECT_EQ((std::vector<std::string>{"1", "2"}), Values(datagrams, "receiver_initialisations"));
     bool timeoutEvent = false, condition = false;
     for (const nlohmann::json& datagram : datagrams) {
-        timeoutEvent |= datagram.value("type", "") == "event" && datagram.value("name", "") == "QuillondPortTimeout";
+        timeoutEvent |= datagram.value("type", "") == "event" &&
+                        datagram.value("name", "") == "QuillondPortTimeout";
         condition |= datagram.value("type", "") == "condition" &&
                      datagram.value("name", "") == "receiver_port_timeout";
     }

@@ -1,10 +1,10 @@
 // The main loop's part in serving sockets: the recorded server's Idle on a
 // pass that timed out, and ready sockets handled within the loop.
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "main/MainLoop.h"
 #include "main/ProgramOptions.h"

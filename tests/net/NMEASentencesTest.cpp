@@ -1,14 +1,13 @@
 // GPGGA and GPRMC made from position fixes, compared byte for byte with
 // sentences worked out by hand, and the checksum and line end rules.
 
-#include "platform/Net/NMEASentences.h"
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <string>
 
-#include <gtest/gtest.h>
-
 #include "platform/Core/Maths.h"
+#include "platform/Net/NMEASentences.h"
 
 namespace {
 

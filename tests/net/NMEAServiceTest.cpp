@@ -2,15 +2,14 @@
 // client with CR LF, position fixes as GPGGA and GPRMC, a stalled client, and
 // the configuration keys.
 
-#include "platform/Net/NMEAService.h"
+#include <gtest/gtest.h>
 
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "platform/Config/Config.h"
 #include "platform/Core/Maths.h"
 #include "platform/Net/NMEAHandlerAPI.h"
+#include "platform/Net/NMEAService.h"
 #include "platform/Net/SocketCollection.h"
 #include "tests/net/NetTestSupport.h"
 #include "tests/support/TestSupport.h"

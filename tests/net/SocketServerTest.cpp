@@ -2,9 +2,8 @@
 // the line and output limits, clients leaving, a busy port, and running out
 // of descriptors.
 
-#include "platform/Net/SocketServer.h"
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -15,9 +14,8 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "platform/Net/SocketCollection.h"
+#include "platform/Net/SocketServer.h"
 #include "tests/net/NetTestSupport.h"
 #include "tests/support/TestSupport.h"
 

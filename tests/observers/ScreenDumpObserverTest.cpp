@@ -1,11 +1,10 @@
-#include "LogObserver/ScreenDumpObserver.h"
+#include <gtest/gtest.h>
 
 #include <memory>
 #include <sstream>
 #include <string>
 
-#include <gtest/gtest.h>
-
+#include "LogObserver/ScreenDumpObserver.h"
 #include "Logs/NovatelOEMV/NMEARecord.h"
 #include "Logs/NovatelOEMV/RecordFactory.h"
 #include "tools/common/NovatelFrameBuilder.h"
@@ -42,7 +41,8 @@ TEST(ScreenDumpObserverTest, PacketLineUsesDefaultStreamNotationForSeconds) {
 }
 
 TEST(ScreenDumpObserverTest, EmptyBodyPrintsSizeZero) {
-    EXPECT_EQ("ID = 8, size = 0, week = 1, seconds = 2\n", Dump(Frame(8, 0, ByteVector(), 1, 2000)));
+    EXPECT_EQ("ID = 8, size = 0, week = 1, seconds = 2\n",
+              Dump(Frame(8, 0, ByteVector(), 1, 2000)));
 }
 
 TEST(ScreenDumpObserverTest, ResponseGetsASecondLineWithItsIdAndText) {

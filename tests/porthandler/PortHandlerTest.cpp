@@ -1,22 +1,21 @@
 // The port handler in one process: a byte source in memory, the real framers
 // and factory, and a log server on loopback receiving what it publishes.
 
-#include "main/PortHandler.h"
+#include <gtest/gtest.h>
 
 #include <deque>
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
+#include "LogObserver/EpochFlusher.h"
+#include "LogObserver/LogObserver.h"
 #include "Logs/NovatelOEMV/GPSRecord.h"
 #include "Logs/NovatelOEMV/NMEASentenceConstructor.h"
 #include "Logs/NovatelOEMV/NovatelASCIISentenceConstructor.h"
 #include "Logs/NovatelOEMV/NovatelBinarySentenceConstructor.h"
-#include "LogObserver/EpochFlusher.h"
-#include "LogObserver/LogObserver.h"
 #include "control/CommandQueue.h"
 #include "io/InputOutputHandler.h"
+#include "main/PortHandler.h"
 #include "platform/Config/Config.h"
 #include "tests/support/LogServerStub.h"
 #include "tests/support/TestSupport.h"
@@ -44,7 +43,9 @@ public:
         m_written.push_back(text);
         return 1;
     }
-    int Write(const ByteVector& bytes) override { return Write(std::string(bytes.begin(), bytes.end())); }
+    int Write(const ByteVector& bytes) override {
+        return Write(std::string(bytes.begin(), bytes.end()));
+    }
     int SetPortName(const std::string&) override { return 1; }
     int SetTimeout(Core::Time) override { return 1; }
     void SendBreak() override {}
@@ -109,8 +110,9 @@ ByteVector Text(const std::string& text) { return ByteVector(text.begin(), text.
 class PortHandlerTest : public ::testing::Test {
 protected:
     PortHandlerTest()
-        : m_configPath(TestSupport::WriteServerConfig(m_dir, "127.0.0.1", m_server.Port(),
-                                                      "[Logging.NovatelPortHandler]\nrecord_raw_data = 1\n")),
+        : m_configPath(TestSupport::WriteServerConfig(
+              m_dir, "127.0.0.1", m_server.Port(),
+              "[Logging.NovatelPortHandler]\nrecord_raw_data = 1\n")),
           m_config(m_configPath),
           m_handler("NovatelPortHandler", m_config) {
         m_handler.SetByteSource(&m_source);
@@ -189,7 +191,8 @@ TEST_F(PortHandlerTest, TenthStartReportsTheLinkAsRestartingTooOften) {
         bool raised = false;
         for (const nlohmann::json& datagram : m_server.Drain()) {
             raised |= datagram.value("type", "") == "condition" &&
-                      datagram.value("name", "") == "receiver_restarts_exceeded" && datagram["value"] == 1;
+                      datagram.value("name", "") == "receiver_restarts_exceeded" &&
+                      datagram["value"] == 1;
         }
         EXPECT_EQ(start >= 10, raised) << "start " << start;
     }
@@ -198,9 +201,10 @@ TEST_F(PortHandlerTest, TenthStartReportsTheLinkAsRestartingTooOften) {
 TEST_F(PortHandlerTest, CountsGoodSentencesOfAllFramersAndEveryFailedCandidate) {
     ByteVector corrupt = Frame(42, 72);
     corrupt[40] ^= 0xFF;
-    m_source.m_chunks.push_back(Join({Text("garbage"), Frame(101, 44), corrupt, Frame(42, 72),
-                                      Text("$GPZDA,120000.00,21,11,2026,,*60\r\n"),
-                                      Text("#BESTPOSA,COM1,0,0.0,UNKNOWN,0,0.000,00000000,0000,0;X*00000000\r\n")}));
+    m_source.m_chunks.push_back(
+        Join({Text("garbage"), Frame(101, 44), corrupt, Frame(42, 72),
+              Text("$GPZDA,120000.00,21,11,2026,,*60\r\n"),
+              Text("#BESTPOSA,COM1,0,0.0,UNKNOWN,0,0.000,00000000,0000,0;X*00000000\r\n")}));
     ASSERT_EQ(1, m_handler.Process(true));
     EXPECT_EQ(3u, m_handler.GetGoodSentenceCount());
     EXPECT_EQ(2u, m_handler.GetBadSentenceCount());
@@ -215,13 +219,16 @@ TEST_F(PortHandlerTest, PublishesPerLogStatisticsForEveryRecord) {
     std::vector<std::string> values;
     for (const nlohmann::json& datagram : m_server.Drain()) {
         std::string key = datagram.value("key", "");
-        if (key.compare(0, 4, "QLS_") == 0) values.push_back(key + "=" + datagram["value"].get<std::string>());
+        if (key.compare(0, 4, "QLS_") == 0)
+            values.push_back(key + "=" + datagram["value"].get<std::string>());
     }
     ASSERT_EQ(3u, values.size());
     // Now as seconds, the header's time status (FINESTEERING, 180), the seconds of week.
-    EXPECT_TRUE(::testing::internal::RE::PartialMatch(values[0], "^QLS_101=[0-9]+\\.[0-9]{6},180,345600\\.500000$"))
+    EXPECT_TRUE(::testing::internal::RE::PartialMatch(
+        values[0], "^QLS_101=[0-9]+\\.[0-9]{6},180,345600\\.500000$"))
         << values[0];
-    EXPECT_TRUE(::testing::internal::RE::PartialMatch(values[1], "^QLS_42=[0-9.]+,180,345601\\.000000$"))
+    EXPECT_TRUE(
+        ::testing::internal::RE::PartialMatch(values[1], "^QLS_42=[0-9.]+,180,345601\\.000000$"))
         << values[1];
 }
 
@@ -247,7 +254,8 @@ TEST_F(PortHandlerTest, HandsRawBytesOverInBlocksOfMoreThan1023Bytes) {
     m_handler.Process(true);
     m_handler.Process(true);
     nlohmann::json raw = Next("raw");
-    EXPECT_EQ(std::string(600, 'a') + std::string(600, 'b'), TestSupport::Base64Decode(raw["data"]));
+    EXPECT_EQ(std::string(600, 'a') + std::string(600, 'b'),
+              TestSupport::Base64Decode(raw["data"]));
 
     // An epoch's last record cuts the block short, but only once the flusher
     // knows the handler. The record is handled before its own read joins the
@@ -260,7 +268,8 @@ TEST_F(PortHandlerTest, HandsRawBytesOverInBlocksOfMoreThan1023Bytes) {
     m_handler.Process(true);
     raw = Next("raw");
     ByteVector expected = Frame(471, 112);
-    EXPECT_EQ(std::string(expected.begin(), expected.end()), TestSupport::Base64Decode(raw["data"]));
+    EXPECT_EQ(std::string(expected.begin(), expected.end()),
+              TestSupport::Base64Decode(raw["data"]));
 }
 
 }  // namespace

@@ -1,24 +1,25 @@
-#include "main/ProgramOptions.h"
+#include <gtest/gtest.h>
 
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
+#include "main/ProgramOptions.h"
 #include "platform/Config/Config.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
 
 // getopt wants writable argv.
-bool Parse(SProgramOptions& options, std::vector<std::string> arguments, std::string* errors = nullptr) {
+bool Parse(SProgramOptions& options, std::vector<std::string> arguments,
+           std::string* errors = nullptr) {
     arguments.insert(arguments.begin(), "quillond");
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(&argument[0]);
     argv.push_back(nullptr);
     std::ostringstream messages;
-    bool accepted = ApplyCommandLine(options, static_cast<int>(arguments.size()), argv.data(), messages);
+    bool accepted =
+        ApplyCommandLine(options, static_cast<int>(arguments.size()), argv.data(), messages);
     if (errors) *errors = messages.str();
     return accepted;
 }
@@ -41,9 +42,10 @@ TEST(ProgramOptionsTest, EmptyStoreGivesPortRouterSoftbreakAt230400) {
 
 TEST(ProgramOptionsTest, CommandLineOverridesStoreFieldByField) {
     TestSupport::TempDir dir;
-    TestSupport::WriteWholeFile(dir.File("system.conf"),
-                                "[Quillond]\nio_type = 1\ninput_filename = /dev/ttyS3\n"
-                                "baud_rate = 57600\nbreakout_mode = 2\nconfiguration_file = rx.cfg\n");
+    TestSupport::WriteWholeFile(
+        dir.File("system.conf"),
+        "[Quillond]\nio_type = 1\ninput_filename = /dev/ttyS3\n"
+        "baud_rate = 57600\nbreakout_mode = 2\nconfiguration_file = rx.cfg\n");
     CConfig config(dir.File("system.conf"));
     SProgramOptions options;
     ApplyConfiguration(options, config);

@@ -80,9 +80,9 @@ int ClosedPort() {
 std::string WriteServerConfig(const TestSupport::TempDir& dir, const std::string& host, int port,
                               const std::string& extra) {
     const std::string path = dir.File("system.conf");
-    TestSupport::WriteWholeFile(
-        path, "[LogServer]\nhost = " + host + "\nport = " + std::to_string(port) +
-                  "\n[NMEAService]\nport = 0\n" + extra);
+    TestSupport::WriteWholeFile(path, "[LogServer]\nhost = " + host +
+                                          "\nport = " + std::to_string(port) +
+                                          "\n[NMEAService]\nport = 0\n" + extra);
     return path;
 }
 

@@ -1,6 +1,7 @@
 #include "tests/support/TestSupport.h"
 
 #include <fcntl.h>
+#include <ftw.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -14,8 +15,6 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-
-#include <ftw.h>
 
 namespace TestSupport {
 
@@ -67,7 +66,8 @@ SProcessResult RunProcess(const std::vector<std::string>& argv,
         ::dup2(errPipe[1], 2);
         ::close(outPipe[0]);
         ::close(errPipe[0]);
-        for (const auto& entry : environment) ::setenv(entry.first.c_str(), entry.second.c_str(), 1);
+        for (const auto& entry : environment)
+            ::setenv(entry.first.c_str(), entry.second.c_str(), 1);
         std::vector<char*> args;
         for (const auto& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
         args.push_back(nullptr);
@@ -121,7 +121,9 @@ SProcessResult RunProcess(const std::vector<std::string>& argv,
     return result;
 }
 
-std::string BuiltProgram(const std::string& name) { return std::string(QUILLOND_BIN_DIR) + "/" + name; }
+std::string BuiltProgram(const std::string& name) {
+    return std::string(QUILLOND_BIN_DIR) + "/" + name;
+}
 
 std::string CapturePath(const std::string& name) {
     std::string path = std::string(QUILLOND_CAPTURES_DIR) + "/" + name;

@@ -54,7 +54,7 @@ std::string CapturePath(const std::string& name);
 }  // namespace TestSupport
 
 // Skips the current test when the named recording is absent.
-#define QUILLOND_REQUIRE_CAPTURE(var, name)                                            \
-    const std::string var = TestSupport::CapturePath(name);                            \
-    if (var.empty()) GTEST_SKIP() << "recording " << (name) << " not found in "        \
-                                  << QUILLOND_CAPTURES_DIR
+#define QUILLOND_REQUIRE_CAPTURE(var, name)                 \
+    const std::string var = TestSupport::CapturePath(name); \
+    if (var.empty())                                        \
+    GTEST_SKIP() << "recording " << (name) << " not found in " << QUILLOND_CAPTURES_DIR

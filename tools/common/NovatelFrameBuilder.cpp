@@ -52,7 +52,8 @@ CBodyWriter& CBodyWriter::F64(double value) {
 }
 
 CBodyWriter& CBodyWriter::Text(const std::string& text, size_t size) {
-    for (size_t i = 0; i < size; ++i) m_bytes.push_back(i < text.size() ? static_cast<uint8_t>(text[i]) : 0);
+    for (size_t i = 0; i < size; ++i)
+        m_bytes.push_back(i < text.size() ? static_cast<uint8_t>(text[i]) : 0);
     return *this;
 }
 

@@ -32,11 +32,11 @@ private:
 
 struct SFrameHeader {
     uint16_t messageId = 0;
-    uint8_t messageType = 0;        // 0 binary log; 0x80 marks a command response
-    uint8_t portAddress = 0x20;     // COM1
+    uint8_t messageType = 0;     // 0 binary log; 0x80 marks a command response
+    uint8_t portAddress = 0x20;  // COM1
     uint16_t sequence = 0;
-    uint8_t idleTime = 100;         // half-percent units
-    uint8_t timeStatus = 180;       // FINESTEERING
+    uint8_t idleTime = 100;    // half-percent units
+    uint8_t timeStatus = 180;  // FINESTEERING
     uint16_t week = 0;
     uint32_t milliseconds = 0;
     uint32_t receiverStatus = 0;

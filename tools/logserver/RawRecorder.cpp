@@ -34,8 +34,9 @@ SRawOutcome CRawRecorder::AddPiece(const SDatagram& piece) {
     auto found = m_pending.find(key);
     if (piece.offset == 0 && found == m_pending.end() && m_pending.size() >= kMaxPendingBlocks) {
         outcome.rejected = true;
-        outcome.message = "raw piece from " + piece.client + " refused: " +
-                          std::to_string(kMaxPendingBlocks) + " blocks unfinished already";
+        outcome.message = "raw piece from " + piece.client +
+                          " refused: " + std::to_string(kMaxPendingBlocks) +
+                          " blocks unfinished already";
         return outcome;
     }
     if (piece.offset == 0) {

@@ -36,29 +36,43 @@ bool ParseNumber(const char* text, long& value) {
 ByteVector TimeBody(uint32_t milliseconds) {
     uint32_t secondOfDay = (milliseconds / 1000) % 86400;
     return Tools::CBodyWriter()
-        .U32(0)            // clock status: valid
-        .F64(1.2e-9)       // receiver clock offset, s
-        .F64(3.0e-9)       // its standard deviation, s
-        .F64(-18.0)        // GPS to UTC offset, s
-        .U32(2025).U8(10).U8(21)
+        .U32(0)       // clock status: valid
+        .F64(1.2e-9)  // receiver clock offset, s
+        .F64(3.0e-9)  // its standard deviation, s
+        .F64(-18.0)   // GPS to UTC offset, s
+        .U32(2025)
+        .U8(10)
+        .U8(21)
         .U8(static_cast<uint8_t>(secondOfDay / 3600))
         .U8(static_cast<uint8_t>(secondOfDay / 60 % 60))
         .U32(secondOfDay % 60 * 1000)
-        .U32(1)            // UTC status: valid
+        .U32(1)  // UTC status: valid
         .Bytes();
 }
 
 ByteVector BestPosBody(double latitude, double longitude, double height) {
     return Tools::CBodyWriter()
-        .U32(0)            // solution computed
-        .U32(16)           // single point
-        .F64(latitude).F64(longitude).F64(height)
-        .F32(47.3f)        // undulation, m
-        .U32(61)           // WGS84
-        .F32(1.2f).F32(1.1f).F32(2.3f)
+        .U32(0)   // solution computed
+        .U32(16)  // single point
+        .F64(latitude)
+        .F64(longitude)
+        .F64(height)
+        .F32(47.3f)  // undulation, m
+        .U32(61)     // WGS84
+        .F32(1.2f)
+        .F32(1.1f)
+        .F32(2.3f)
         .Text("0", 4)
-        .F32(0.0f).F32(0.0f)
-        .U8(9).U8(8).U8(8).U8(8).U8(0).U8(0).U8(0).U8(3)
+        .F32(0.0f)
+        .F32(0.0f)
+        .U8(9)
+        .U8(8)
+        .U8(8)
+        .U8(8)
+        .U8(0)
+        .U8(0)
+        .U8(0)
+        .U8(3)
         .Bytes();
 }
 
@@ -94,8 +108,10 @@ int main(int argc, char* argv[]) {
             PrintUsage(std::cout);
             return 0;
         }
-        long* target = argument == "-n" ? &epochs : argument == "-w" ? &week
-                     : argument == "-s" ? &seconds : nullptr;
+        long* target = argument == "-n"   ? &epochs
+                       : argument == "-w" ? &week
+                       : argument == "-s" ? &seconds
+                                          : nullptr;
         if (target) {
             if (i + 1 >= argc || !ParseNumber(argv[++i], *target)) {
                 std::cerr << "quillond-mkcapture: " << argument << " needs a whole number\n";
@@ -115,14 +131,16 @@ int main(int argc, char* argv[]) {
     }
     std::ofstream out(output, std::ios::binary | std::ios::trunc);
     if (!out) {
-        std::cerr << "quillond-mkcapture: cannot write " << output << ": " << std::strerror(errno) << "\n";
+        std::cerr << "quillond-mkcapture: cannot write " << output << ": " << std::strerror(errno)
+                  << "\n";
         return 1;
     }
 
     const double centreLatitude = 51.4779, centreLongitude = -0.0015, height = 92.0;
     for (long epoch = 0; epoch < epochs; ++epoch) {
         Tools::SFrameHeader header;
-        header.week = static_cast<uint16_t>(week + (seconds + epoch) / Core::Maths::SECONDS_PER_WEEK);
+        header.week =
+            static_cast<uint16_t>(week + (seconds + epoch) / Core::Maths::SECONDS_PER_WEEK);
         header.milliseconds =
             static_cast<uint32_t>((seconds + epoch) % Core::Maths::SECONDS_PER_WEEK * 1000);
         header.sequence = 0;
@@ -133,11 +151,13 @@ int main(int argc, char* argv[]) {
         header.messageId = kTimeMessageId;
         ByteVector frame = Tools::BuildBinaryFrame(header, TimeBody(header.milliseconds));
         header.messageId = kBestPosMessageId;
-        ByteVector position = Tools::BuildBinaryFrame(header, BestPosBody(latitude, longitude, height));
+        ByteVector position =
+            Tools::BuildBinaryFrame(header, BestPosBody(latitude, longitude, height));
         frame.insert(frame.end(), position.begin(), position.end());
         std::string gga = Gpgga(header.milliseconds, latitude, longitude, height);
         frame.insert(frame.end(), gga.begin(), gga.end());
-        out.write(reinterpret_cast<const char*>(frame.data()), static_cast<std::streamsize>(frame.size()));
+        out.write(reinterpret_cast<const char*>(frame.data()),
+                  static_cast<std::streamsize>(frame.size()));
     }
     out.close();
     if (!out) {

@@ -37,7 +37,8 @@ bool FindFirstFrameTime(const uint8_t* bytes, size_t size, size_t startLimit, do
         const size_t bodyLength = ReadLittleEndian(frame + kMessageLengthOffset, 2);
         const size_t crcOffset = headerLength + bodyLength;
         if (size - start < crcOffset + kCrcSize) continue;
-        if (Tools::NovatelCrc32(frame, crcOffset) != ReadLittleEndian(frame + crcOffset, kCrcSize)) {
+        if (Tools::NovatelCrc32(frame, crcOffset) !=
+            ReadLittleEndian(frame + crcOffset, kCrcSize)) {
             continue;
         }
         const uint32_t week = ReadLittleEndian(frame + kWeekOffset, 2);
