@@ -8,7 +8,10 @@
 #include "io/FileHandler.h"
 #include "io/ReplayHandler.h"
 #include "io/SerialHandler.h"
+#include "io/TolvekHandler.h"
+#include "io/TolvekPort.h"
 #include "main/ProgramOptions.h"
+#include "platform/Config/Config.h"
 
 bool ElevatePriority() {
     struct sched_param parameters;
@@ -31,6 +34,13 @@ std::unique_ptr<CInputOutputHandler> CreateByteSource(const SProgramOptions& opt
         case IO_TYPE_REPLAY:
             source.reset(new CReplayHandler());
             break;
+        case IO_TYPE_TOLVEK: {
+            CTolvekHandler* tolvek = new CTolvekHandler();
+            source.reset(tolvek);
+            tolvek->SetPathPattern(CConfig::GetSystemConfig().GetString(
+                "Quillond", "tolvek_socket_path", TolvekPort::kDefaultPathPattern));
+            break;
+        }
         default:
             return source;
     }

@@ -12,7 +12,8 @@ struct SProgramOptions;
 bool ElevatePriority();
 
 // The byte source for the io type, configured with baud rate, read size and
-// input name in that order; empty for an io type this build has no source for
+// input name in that order (a port-router source also gets its socket path
+// pattern from the store's Quillond/tolvek_socket_path); empty for an io type this build has no source for
 // (the caller reports it and exits).
 std::unique_ptr<CInputOutputHandler> CreateByteSource(const SProgramOptions& options);
 

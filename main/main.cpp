@@ -46,12 +46,7 @@ int main(int argc, char* argv[]) {
     // port handler, socket collection with its servers.
     std::unique_ptr<CInputOutputHandler> source = CreateByteSource(options);
     if (!source) {
-        if (options.IsTolvek()) {
-            std::cerr << "Port-router source (io type 3) is not available in this build. Exiting"
-                      << std::endl;
-        } else {
-            std::cerr << "Unrecognised I/O type. Exiting" << std::endl;
-        }
+        std::cerr << "Unrecognised I/O type. Exiting" << std::endl;
         return -1;
     }
 
