@@ -6,6 +6,7 @@
 #include "Logs/NovatelOEMV/SentenceConstructor.h"
 #include "control/CommandQueue.h"
 #include "io/InputOutputHandler.h"
+#include "io/ReceiverBreakout.h"
 #include "platform/Config/Config.h"
 #include "platform/Logging/LogClient.h"
 #include "platform/Logging/StatusClient.h"
@@ -42,6 +43,7 @@ CPortHandler::~CPortHandler() {
 }
 
 void CPortHandler::Start() {
+    if (m_breakout) m_breakout->Perform();
     ++m_receiverInitialisations;
     m_logClient->PublishValue("receiver_initialisations", "%d",
                               static_cast<int>(m_receiverInitialisations));

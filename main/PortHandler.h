@@ -18,6 +18,7 @@ class CConfig;
 class CInputOutputHandler;
 class CLogClient;
 class CLogObserver;
+class CReceiverBreakout;
 class CSentenceConstructor;
 class CStatusClient;
 
@@ -38,9 +39,12 @@ public:
     void SetFramers(const std::vector<CSentenceConstructor*>& framers) { m_framers = framers; }
     void SetObservers(const std::vector<CLogObserver*>& observers) { m_observers = observers; }
     void SetCommandManager(CCommandQueue* commandManager) { m_commandManager = commandManager; }
+    // The receiver port breakout run at every link start; may be empty.
+    void SetBreakout(CReceiverBreakout* breakout) { m_breakout = breakout; }
 
-    // (Re)starts the receiver link: counts the initialisation, queues the
-    // receiver configuration again and arms the 10 s port time-out.
+    // (Re)starts the receiver link: runs the breakout (blocking for its
+    // pauses), counts the initialisation, queues the receiver configuration
+    // again and arms the 10 s port time-out.
     void Start();
 
     // One pass; ready tells whether the source's descriptor was readable.
@@ -68,6 +72,7 @@ private:
     std::vector<CSentenceConstructor*> m_framers;
     std::vector<CLogObserver*> m_observers;
     CCommandQueue* m_commandManager = nullptr;
+    CReceiverBreakout* m_breakout = nullptr;
     std::unique_ptr<CLogClient> m_logClient;
     std::unique_ptr<CStatusClient> m_statusClient;
     std::string m_rawBuffer;
