@@ -71,7 +71,7 @@ TEST_F(ReceivePathTest, ScreenDumpShowsEveryBinaryRecordInStreamOrder) {
                   "ID = 101, size = 44, week = 2391, seconds = 1",
                   "ID = 42, size = 72, week = 2391, seconds = 1",
               }),
-              Lines(result.standardOutput));
+              TestSupport::ScreenDumpLines(result.standardOutput));
     // Two binary logs and one NMEA sentence per epoch. The text framers also
     // read the binary frames, where a '$' or '#' byte starts a candidate that
     // then fails its checksum: those count as failures.
@@ -188,7 +188,7 @@ TEST_F(ReceivePathTest, GarbageOnlyLinkIsRestartedAfterTenSeconds) {
         }
         ::_exit(0);
     }
-    SProcessResult result = Run({"-p", "-s", name, "-b", "115200"}, 11.5, SIGTERM);
+    SProcessResult result = Run({"-p", "-s", name, "-b", "115200", "-u", "none"}, 11.5, SIGTERM);
     ::kill(writer, SIGKILL);
     ::waitpid(writer, nullptr, 0);
     ::close(master);

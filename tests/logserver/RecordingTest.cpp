@@ -192,15 +192,6 @@ TEST_F(RecordingTest, ConfigurationChangedWhileRunningTakesEffectAtTheNextBlock)
     EXPECT_EQ(std::string("\0\1\2\3\4", 5), records[0].second);
 }
 
-// The screen dump lines of a daemon run, without the replay's pacing lines.
-std::vector<std::string> ScreenDump(const SProcessResult& result) {
-    std::vector<std::string> dump;
-    for (const std::string& line : Lines(result.standardOutput)) {
-        if (line.compare(0, 10, "Timestamp=") != 0) dump.push_back(line);
-    }
-    return dump;
-}
-
 TEST_F(RecordingTest, RecordedFileReplaysThroughTheDaemonLikeTheRawBytes) {
     Start();
     const std::string capture = m_dir.File("synthetic.gps");
@@ -232,8 +223,9 @@ TEST_F(RecordingTest, RecordedFileReplaysThroughTheDaemonLikeTheRawBytes) {
     SProcessResult replay = RunProcess({daemon, "-p", "-d", "-r", files[0]}, environment, 120.0);
     EXPECT_EQ(0, direct.exitStatus) << direct.standardError;
     EXPECT_EQ(0, replay.exitStatus) << replay.standardError;
-    ASSERT_FALSE(ScreenDump(direct).empty());
-    EXPECT_EQ(ScreenDump(direct), ScreenDump(replay));
+    ASSERT_FALSE(TestSupport::ScreenDumpLines(direct.standardOutput).empty());
+    EXPECT_EQ(TestSupport::ScreenDumpLines(direct.standardOutput),
+              TestSupport::ScreenDumpLines(replay.standardOutput));
 }
 
 }  // namespace

@@ -82,7 +82,9 @@ std::string WriteServerConfig(const TestSupport::TempDir& dir, const std::string
     const std::string path = dir.File("system.conf");
     TestSupport::WriteWholeFile(path, "[LogServer]\nhost = " + host +
                                           "\nport = " + std::to_string(port) +
-                                          "\n[NMEAService]\nport = 0\n" + extra);
+                                          "\n[NMEAService]\nport = 0\n[PositionService]\nport = 0\n"
+                                          "[MPIServer]\nport = 0\n" +
+                                          extra);
     return path;
 }
 

@@ -41,7 +41,8 @@ private:
 int ClosedPort();
 
 // Writes a store file in dir whose section "LogServer" names host and port,
-// plus any extra text, and returns its path.
+// with the NMEA, position and remote-method services on any free port (so
+// parallel daemons never meet), plus any extra text, and returns its path.
 std::string WriteServerConfig(const TestSupport::TempDir& dir, const std::string& host, int port,
                               const std::string& extra = "");
 

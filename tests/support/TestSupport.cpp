@@ -130,4 +130,15 @@ std::string CapturePath(const std::string& name) {
     return ::access(path.c_str(), R_OK) == 0 ? path : std::string();
 }
 
+std::vector<std::string> ScreenDumpLines(const std::string& standardOutput) {
+    std::vector<std::string> lines;
+    std::istringstream stream(standardOutput);
+    for (std::string line; std::getline(stream, line);) {
+        if (line.compare(0, 5, "ID = ") == 0 || line.compare(0, 10, "Response: ") == 0) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
 }  // namespace TestSupport

@@ -51,6 +51,11 @@ std::string BuiltProgram(const std::string& name);
 // file is not there (the caller then skips with a message).
 std::string CapturePath(const std::string& name);
 
+// The daemon's screen dump lines in its standard output (one per record, one
+// more per command response), without the command path's progress lines and
+// the replay's pacing lines, whose place among them depends on timing.
+std::vector<std::string> ScreenDumpLines(const std::string& standardOutput);
+
 }  // namespace TestSupport
 
 // Skips the current test when the named recording is absent.
