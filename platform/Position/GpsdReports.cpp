@@ -24,7 +24,11 @@ void Put(json& object, const char* key, double value, int decimals) {
     object[key] = std::round(value * scale) / scale + 0.0;  // + 0.0: no "-0.0"
 }
 
-std::string Line(const json& object) { return object.dump() + "\r\n"; }
+// A client's request is echoed in an ERROR report and may hold any bytes:
+// invalid UTF-8 is replaced by U+FFFD instead of failing the whole report.
+std::string Line(const json& object) {
+    return object.dump(-1, ' ', false, json::error_handler_t::replace) + "\r\n";
+}
 
 // Milliseconds since the Unix epoch as ISO 8601. The calendar is computed
 // here rather than with gmtime, whose time_t is 32 bits on the device.
