@@ -9,12 +9,29 @@
 //
 // The caller states the condition twice: as the value to test, computed so that
 // no count in the frame can make it wrap, and as the text to report.
+//
+// Fuzz builds (QUILLOND_FUZZ_EXPECTED_ABORT defined) print the same text but
+// throw CMalformedLogEnding instead of ending the process, so that a fuzz
+// target can tell these deliberate endings from real faults. Other builds never
+// define the switch and end exactly as described above.
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#ifdef QUILLOND_FUZZ_EXPECTED_ABORT
+#include <stdexcept>
+#include <string>
+#endif
 
 namespace Novatel {
+
+#ifdef QUILLOND_FUZZ_EXPECTED_ABORT
+// Thrown, in fuzz builds only, where a malformed log would end the process.
+class CMalformedLogEnding : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+#endif
 
 // The part of a __FILE__ path below the repository root. The root is taken
 // from this header's own path, which the compiler names the same way as the
@@ -38,7 +55,22 @@ inline const char* RepositoryRelativePath(const char* file) {
     std::fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n", RepositoryRelativePath(file), line,
                  function, condition);
     std::fflush(stderr);
+#ifdef QUILLOND_FUZZ_EXPECTED_ABORT
+    throw CMalformedLogEnding(condition);
+#else
     std::abort();
+#endif
+}
+
+// Ends the process with the given exit status after a malformed log that is
+// reported by a printed line rather than an assertion.
+[[noreturn]] inline void MalformedLogExit(int status) {
+#ifdef QUILLOND_FUZZ_EXPECTED_ABORT
+    std::fflush(stdout);
+    throw CMalformedLogEnding("exit status " + std::to_string(status));
+#else
+    std::exit(status);
+#endif
 }
 
 }  // namespace Novatel

@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "Logs/NovatelOEMV/NovatelBinaryFields.h"
+#include "Logs/NovatelOEMV/NovatelLengthCheck.h"
 
 namespace Novatel {
 
@@ -56,7 +57,7 @@ void CNovatelRXSTATUSB::ParseSentenceData(const ByteVector& sentenceData) {
             "CNovatelRXSTATUSB sentenceData.size() is %zd but expected (%d + 8 + (%d * 16) + 4)\n",
             static_cast<ssize_t>(sentenceData.size()), static_cast<int>(body),
             static_cast<int>(m_numberOfStatusGroups));
-        std::exit(kMalformedLogExitStatus);
+        MalformedLogExit(kMalformedLogExitStatus);
     }
 
     for (size_t i = 0; i < m_statusGroups.size(); ++i) {
