@@ -8,6 +8,7 @@
 #include "main/ProgramOptions.h"
 #include "platform/Core/Time.h"
 #include "platform/Net/SocketCollection.h"
+#include "platform/Supervisor/ServiceNotifier.h"
 
 volatile std::sig_atomic_t g_stopFlag = 0;
 
@@ -28,8 +29,14 @@ void InstallStopSignals() {
 
 void RunMainLoop(const std::vector<CPortHandler*>& portHandlers, SocketCollectionC* sockets,
                  const SProgramOptions& options) {
+    // The service manager (when there is one) learns the daemon is up once
+    // the loop runs, gets a watchdog ping from the loop itself, and hears of
+    // a clean stop before the daemon ends.
+    CServiceNotifier notifier = CServiceNotifier::FromEnvironment();
+    notifier.NotifyReady();
     Core::MonotonicTime previousEmptyPass;
     while (!g_stopFlag) {
+        notifier.KeepAlive(Core::MonotonicTime::Now());
         fd_set readSet;
         fd_set writeSet;
         FD_ZERO(&readSet);
@@ -72,4 +79,5 @@ void RunMainLoop(const std::vector<CPortHandler*>& portHandlers, SocketCollectio
             previousEmptyPass = now;
         }
     }
+    notifier.NotifyStopping();
 }

@@ -20,6 +20,7 @@ void InstallStopSignals();
 // is closed, waits at most 100 ms for a source or a socket of the collection
 // (may be null) to become ready, runs the collection's server's Idle when the
 // wait timed out, lets the collection serve its sockets and every handler
-// process its source.
+// process its source. Tells the service manager named by $NOTIFY_SOCKET that
+// the daemon is ready, pings its watchdog from the loop and says when it stops.
 void RunMainLoop(const std::vector<CPortHandler*>& portHandlers, SocketCollectionC* sockets,
                  const SProgramOptions& options);

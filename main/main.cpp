@@ -1,6 +1,8 @@
 // quillond: owns the GNSS receiver. Settles the options, builds the byte
 // source and the objects that consume it, and runs the select loop.
 
+#include <sys/stat.h>
+
 #include <iostream>
 #include <memory>
 #include <vector>
@@ -40,6 +42,9 @@ int main(int argc, char* argv[]) {
     }
 
     ReserveStandardDescriptors();
+    // Nothing the daemon creates (the configuration store, its lock) is
+    // writable by other users, nor readable by them.
+    ::umask(027);
 
     SProgramOptions& options = ProgramOptions();
     ApplyConfiguration(options, CConfig::GetSystemConfig());

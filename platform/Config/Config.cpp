@@ -139,7 +139,7 @@ bool CConfig::Commit() {
     // Committers in other processes take the same lock; the kernel drops it
     // when its holder dies, so a killed committer never blocks the next one.
     const std::string lockPath = m_path + ".lock";
-    const int lockFd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    const int lockFd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0640);
     if (lockFd < 0) {
         ReportCommitFailure(ErrnoText("cannot open the lock file " + lockPath));
         return false;
@@ -297,7 +297,7 @@ bool CConfig::WriteAtomically(const std::string& text) {
     // killed committer is simply replaced.
     const std::string temporary = m_path + ".tmp";
     ::unlink(temporary.c_str());
-    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0640);
     if (fd < 0) {
         ReportCommitFailure(ErrnoText("cannot create " + temporary));
         return false;
