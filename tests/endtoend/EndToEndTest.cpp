@@ -321,6 +321,20 @@ TEST(EndToEnd, RemoteMethodsChangeWhatTheReceiverIsTold) {
     rig.WaitFor([] { return false; }, 1.0);
     EXPECT_EQ(before, rig.Trace().size()) << Joined(rig.Trace());
     EXPECT_EQ(0, rig.StopDaemon()) << rig.Diagnosis();
+
+    // The setting is kept in the store: a new daemon configures the receiver
+    // with it from its first sequence on.
+    const size_t mark = rig.Trace().size();
+    rig.StartDaemon();
+    ASSERT_TRUE(rig.WaitFor(
+        [&] {
+            const std::vector<std::string> trace = rig.Trace();
+            return trace.size() > mark && WithoutSelections(LastSequence(std::vector<std::string>(
+                                              trace.begin() + mark, trace.end()))) == expected;
+        },
+        20.0))
+        << Joined(rig.Trace());
+    EXPECT_EQ(0, rig.StopDaemon()) << rig.Diagnosis();
 }
 
 TEST(EndToEnd, PortRouterFaceCarriesTheSameConversation) {
