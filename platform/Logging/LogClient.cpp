@@ -17,12 +17,19 @@ CLogClient::CLogClient(const std::string& clientName, const std::string& host)
     : CLogClient(clientName, CConfig::GetSystemConfig(), host) {}
 
 CLogClient::CLogClient(const std::string& clientName, CConfig& config, const std::string& host)
-    : m_config(config), m_logger(clientName, config, host, kServerPort) {}
+    : m_config(config),
+      m_logger(clientName, config, host, kServerPort),
+      m_section(ConfigSection(clientName)) {}
 
 bool CLogClient::Connect() { return m_logger.Reconnect(); }
 
+bool CLogClient::IsEnabled() const {
+    static const std::string kEnabledKey = "enabled";
+    return m_config.GetInteger(m_section, kEnabledKey, SLoggingConfig().enabled ? 1 : 0) != 0;
+}
+
 void CLogClient::PublishValue(const char* key, const char* format, ...) {
-    if (!GetLoggingConfig(GetClientName()).enabled) return;
+    if (!IsEnabled()) return;
     va_list args;
     va_start(args, format);
     const std::string value = Logging::FormatText(format, args);
@@ -41,7 +48,7 @@ void CLogClient::LogLine(const char* format, ...) {
 }
 
 void CLogClient::LogEvent(const std::string& name) {
-    if (!GetLoggingConfig(GetClientName()).enabled) return;
+    if (!IsEnabled()) return;
     m_logger.SendEvent(name);
 }
 

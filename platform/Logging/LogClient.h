@@ -57,6 +57,11 @@ public:
     const CRemoteLogger& GetLogger() const { return m_logger; }
 
 private:
+    // This client's "enabled" key, read afresh: the check made before every
+    // value and event, without the rest of the configuration.
+    bool IsEnabled() const;
+
     CConfig& m_config;
     CRemoteLogger m_logger;
+    const std::string m_section;  // this client's section of the store
 };
