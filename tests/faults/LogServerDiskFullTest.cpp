@@ -1,7 +1,7 @@
 // The log server's recording disk fills up: writes fail (here through a file
 // size limit, which fails a write past it as a full disk does); the server
-// says so, keeps taking in datagrams, ends cleanly, and what it had recorded
-// stays readable.
+// says so, keeps taking in datagrams, ends cleanly, what it had recorded
+// stays readable, and recording resumes in the next file after a pause.
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -16,6 +16,7 @@
 #include "tests/faults/FaultSupport.h"
 #include "tests/support/LogServerStub.h"
 #include "tests/support/TestSupport.h"
+#include "tools/logserver/RawRecorder.h"
 
 namespace {
 
@@ -79,6 +80,13 @@ TEST(LogServerDiskFullTest, ReportsFailedWritesKeepsServingAndKeepsWhatItRecorde
         sender.Send(RawBlock(block));
         FaultSupport::Pause(0.005);  // the server's socket buffer is not the fault under test
     }
+    // Once the pause after the failure is over, recording goes on in the next
+    // file (the size limit is per file, as a freed disk would allow again).
+    FaultSupport::Pause(LogServer::CRawRecorder::kRetrySeconds + 0.5);
+    for (int block = 60; block < 65; ++block) {
+        sender.Send(RawBlock(block));
+        FaultSupport::Pause(0.005);
+    }
     sender.Send(
         "{\"client\":\"Probe\",\"type\":\"value\",\"key\":\"after\",\"value\":\"full\","
         "\"category\":3,"
@@ -107,6 +115,17 @@ TEST(LogServerDiskFullTest, ReportsFailedWritesKeepsServingAndKeepsWhatItRecorde
         ++records;
     }
     EXPECT_GE(records, 10);
+
+    // The blocks sent after the pause are in the next file, and the gap was
+    // reported with its size.
+    EXPECT_NE(std::string::npos, output.find("bytes were not recorded")) << output;
+    CLogFileReader next(dir.File("NovatelPortHandler-0002.qlog"));
+    int resumed = 0;
+    while (next.GetNextBinary(time, data) > 0) {
+        EXPECT_EQ(1763700060.0 + resumed, time);
+        ++resumed;
+    }
+    EXPECT_EQ(5, resumed);
 }
 
 }  // namespace

@@ -74,26 +74,57 @@ SRawOutcome CRawRecorder::AddPiece(const SDatagram& piece) {
 void CRawRecorder::Record(const std::string& name, const SPending& block, SRawOutcome& outcome) {
     const std::string stem = FileStem(name);
     SOutput& output = m_outputs[stem];
+    if (output.paused) {
+        if (!output.retryAt.HasExpired()) {
+            // Said once per pause; the total is given when recording resumes.
+            if (output.droppedBytes == 0) {
+                outcome.message = "recording of " + stem +
+                                  " paused after a failed write; blocks are "
+                                  "not recorded until it resumes";
+            }
+            output.droppedBytes += block.bytes.size();
+            return;
+        }
+        output.paused = false;
+    }
     const uint64_t recordSize = LogFileFormat::kRecordHeaderSize + block.bytes.size();
     const bool full =
         output.size > LogFileFormat::kMarkSize && output.size + recordSize > m_rotateBytes;
-    if ((!output.writer.IsOpen() || full) && !OpenNext(stem, output, outcome)) return;
-    // The writer reports a failure itself on standard error and closes the
-    // file; the next block then starts the next file.
+    if ((!output.writer.IsOpen() || full) && !OpenNext(stem, output, outcome)) {
+        Pause(output);
+        return;
+    }
     if (!output.writer.Write(block.time, block.bytes) || !output.writer.Flush()) {
+        // The writer has said why on standard error. The file keeps the
+        // records before this one (a reader stops at the torn record).
         outcome.message =
             "could not record " + std::to_string(block.bytes.size()) + " bytes into " + output.path;
+        output.writer.Close();
+        Pause(output);
         return;
+    }
+    if (output.droppedBytes > 0) {
+        outcome.message = "recording of " + stem + " resumed in " + output.path + "; " +
+                          std::to_string(output.droppedBytes) + " bytes were not recorded";
+        output.droppedBytes = 0;
     }
     output.size += recordSize;
     outcome.recorded = true;
     outcome.file = output.path;
 }
 
+void CRawRecorder::Pause(SOutput& output) {
+    output.paused = true;
+    output.retryAt = Core::MonotonicTime::Now() + Core::Time::FromSeconds(kRetrySeconds);
+}
+
 bool CRawRecorder::OpenNext(const std::string& stem, SOutput& output, SRawOutcome& outcome) {
+    // A file that holds no record (its open or its first write failed) is
+    // begun again under the same number.
+    const bool holdsRecords = output.size > LogFileFormat::kMarkSize;
     output.writer.Close();
     if (output.number == 0) output.number = HighestExistingNumber(stem);
-    ++output.number;
+    if (output.number == 0 || holdsRecords || output.path.empty()) ++output.number;
     output.path = NumberedPath(m_directory, stem, output.number);
     output.size = 0;
     if (!output.writer.Open(output.path, CLogFileWriter::kTruncate)) {

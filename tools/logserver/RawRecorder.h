@@ -4,7 +4,10 @@
 // with the datagram's time, so that the file replays with `quillond -r`.
 // Each block name gets its own numbered files, "<name>-0001.qlog" onwards; a
 // file is closed and the next one begun before a record would take it past
-// the rotation size.
+// the rotation size. When a write fails (a full disk) the file is closed with
+// what it holds, recording of that name pauses for a few seconds, and then
+// goes on in the next file; a file that got no record is begun again rather
+// than left empty beside the next.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +16,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/Core/Time.h"
 #include "platform/LogFile/LogFileWriter.h"
 #include "tools/logserver/Datagram.h"
 
@@ -49,6 +53,9 @@ public:
     // A block name made safe to be part of a file name.
     static std::string FileStem(const std::string& name);
 
+    // How long recording of a name pauses after a failed write or open.
+    static constexpr double kRetrySeconds = 5.0;
+
 private:
     struct SPending {
         uint64_t total = 0;
@@ -60,10 +67,17 @@ private:
         unsigned number = 0;  // of the open file; 0 before the first
         uint64_t size = 0;    // bytes in the open file
         std::string path;
+        // After a failed write or open (a full disk), recording of this name
+        // pauses until then, so an outage costs one attempt per pause, not
+        // one per block.
+        Core::MonotonicTime retryAt;
+        bool paused = false;
+        uint64_t droppedBytes = 0;  // blocks not recorded during the pause
     };
 
     void Record(const std::string& name, const SPending& block, SRawOutcome& outcome);
     bool OpenNext(const std::string& name, SOutput& output, SRawOutcome& outcome);
+    void Pause(SOutput& output);
     // The highest number of the files already in the directory for this stem.
     unsigned HighestExistingNumber(const std::string& stem) const;
 
