@@ -100,8 +100,8 @@ TEST(GpsdOutputsTest, GpspipeSeesTPVsAtTheFedPositionFromThePositionService) {
     ASSERT_FALSE(tpvs.empty()) << result.standardOutput;
     for (const nlohmann::json& tpv : tpvs) {
         EXPECT_EQ(3, tpv.value("mode", 0)) << tpv.dump();
-        EXPECT_NEAR(kLatitude, tpv.value("lat", 0.0), 1e-8) << tpv.dump();
-        EXPECT_NEAR(kLongitude, tpv.value("lon", 0.0), 1e-8) << tpv.dump();
+        EXPECT_NEAR(kLatitude, tpv.value("lat", 0.0), 1e-9) << tpv.dump();
+        EXPECT_NEAR(kLongitude, tpv.value("lon", 0.0), 1e-9) << tpv.dump();
         EXPECT_NEAR(kHeight, tpv.value("altHAE", 0.0), 1e-3) << tpv.dump();
         EXPECT_NEAR(kUndulation, tpv.value("geoidSep", 0.0), 1e-6) << tpv.dump();
         EXPECT_NEAR(kHeight - kUndulation, tpv.value("altMSL", 0.0), 1e-3) << tpv.dump();
@@ -146,12 +146,12 @@ TEST(GpsdOutputsTest, PythonGpsModuleReadsTheFedPosition) {
     ASSERT_EQ("TPV", word) << result.standardOutput;
     out >> word >> fixLat >> fixLon;
     EXPECT_EQ(3, mode);
-    EXPECT_NEAR(kLatitude, lat, 1e-8);
-    EXPECT_NEAR(kLongitude, lon, 1e-8);
+    EXPECT_NEAR(kLatitude, lat, 1e-9);
+    EXPECT_NEAR(kLongitude, lon, 1e-9);
     EXPECT_NEAR(kHeight, alt, 1e-3);
     EXPECT_EQ(1u, times.count(time)) << time;
-    EXPECT_NEAR(kLatitude, fixLat, 1e-8);
-    EXPECT_NEAR(kLongitude, fixLon, 1e-8);
+    EXPECT_NEAR(kLatitude, fixLat, 1e-9);
+    EXPECT_NEAR(kLongitude, fixLon, 1e-9);
 }
 
 // A child process ended with SIGTERM when the object goes away; its output
