@@ -14,44 +14,34 @@
 #include "main/PortHandler.h"
 #include "platform/Config/Config.h"
 #include "tests/support/LogServerStub.h"
+#include "tests/support/MemorySource.h"
 #include "tests/support/TestSupport.h"
 
 namespace {
 
 // Notes each write and what the port handler had counted when it came.
-class CTimelineSource : public CInputOutputHandler {
+class CTimelineSource : public TestSupport::CMemorySource {
 public:
     CTimelineSource(std::vector<std::string>& timeline, const CPortHandler*& handler)
-        : m_timeline(timeline), m_handler(handler) {}
-
-    int Open() override { return m_open = true; }
-    int Close() override {
-        m_open = false;
-        return 1;
+        : m_timeline(timeline), m_handler(handler) {
+        m_descriptor = 7;
     }
-    bool IsOpen() override { return m_open; }
-    ByteVector Read(int) override { return ByteVector(); }
+
     int Write(const std::string& text) override {
         m_timeline.push_back("write " + text + " after " +
                              std::to_string(m_handler->GetReceiverInitialisations()));
         return 1;
     }
-    int Write(const ByteVector& bytes) override {
-        return Write(std::string(bytes.begin(), bytes.end()));
-    }
-    int SetPortName(const std::string&) override { return 1; }
-    int SetTimeout(Core::Time) override { return 1; }
+    using TestSupport::CMemorySource::Write;
     void SendBreak() override { m_timeline.push_back("break"); }
     int SetBaudRate(int rate) override {
         m_timeline.push_back("rate " + std::to_string(rate));
         return 1;
     }
-    int GetFileDescriptor() override { return 7; }
 
 private:
     std::vector<std::string>& m_timeline;
     const CPortHandler*& m_handler;
-    bool m_open = true;
 };
 
 class CTimelineQueue : public CCommandQueue {

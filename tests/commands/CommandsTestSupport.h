@@ -6,41 +6,17 @@
 #include <string>
 #include <vector>
 
-#include "io/InputOutputHandler.h"
 #include "tests/support/LogServerStub.h"
+#include "tests/support/MemorySource.h"
 #include "tests/support/TestSupport.h"
 
 namespace CommandsTest {
 
-// A receiver port in memory: reads give nothing, writes are kept in order.
-class CRecordingSource : public CInputOutputHandler {
+// A receiver port in memory, closed until opened: reads give nothing, writes
+// are kept in order.
+class CRecordingSource : public TestSupport::CMemorySource {
 public:
-    int Open() override {
-        ++m_opens;
-        return m_open = true;
-    }
-    int Close() override {
-        m_open = false;
-        return 1;
-    }
-    bool IsOpen() override { return m_open; }
-    ByteVector Read(int) override { return ByteVector(); }
-    int Write(const std::string& text) override {
-        m_written.push_back(text);
-        return 1;
-    }
-    int Write(const ByteVector& bytes) override {
-        return Write(std::string(bytes.begin(), bytes.end()));
-    }
-    int SetPortName(const std::string&) override { return 1; }
-    int SetTimeout(Core::Time) override { return 1; }
-    void SendBreak() override {}
-    int SetBaudRate(int) override { return 1; }
-    int GetFileDescriptor() override { return -1; }
-
-    std::vector<std::string> m_written;
-    bool m_open = false;
-    int m_opens = 0;
+    CRecordingSource() { m_open = false; }
 };
 
 // A store file in dir pointing the log clients at the stub, with extra text appended.

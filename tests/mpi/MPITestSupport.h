@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "io/InputOutputHandler.h"
 #include "platform/Net/SocketCollection.h"
 #include "tests/net/NetTestSupport.h"
+#include "tests/support/MemorySource.h"
 
 namespace MPITest {
 
@@ -79,30 +79,6 @@ private:
 };
 
 // An open receiver port that keeps every line written to it.
-class CRecordingSource : public CInputOutputHandler {
-public:
-    int Open() override { return m_open = true; }
-    int Close() override {
-        m_open = false;
-        return 1;
-    }
-    bool IsOpen() override { return m_open; }
-    ByteVector Read(int) override { return ByteVector(); }
-    int Write(const std::string& text) override {
-        m_written.push_back(text);
-        return 1;
-    }
-    int Write(const ByteVector& bytes) override {
-        return Write(std::string(bytes.begin(), bytes.end()));
-    }
-    int SetPortName(const std::string&) override { return 1; }
-    int SetTimeout(Core::Time) override { return 1; }
-    void SendBreak() override {}
-    int SetBaudRate(int) override { return 1; }
-    int GetFileDescriptor() override { return -1; }
-
-    std::vector<std::string> m_written;
-    bool m_open = true;
-};
+using CRecordingSource = TestSupport::CMemorySource;
 
 }  // namespace MPITest

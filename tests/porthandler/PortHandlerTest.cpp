@@ -18,44 +18,17 @@
 #include "main/PortHandler.h"
 #include "platform/Config/Config.h"
 #include "tests/support/LogServerStub.h"
+#include "tests/support/MemorySource.h"
 #include "tests/support/TestSupport.h"
 #include "tools/common/NovatelFrameBuilder.h"
 
 namespace {
 
-// A byte source whose reads hand out prepared chunks and whose writes are kept.
-class CMemorySource : public CInputOutputHandler {
+// A byte source whose reads hand out prepared chunks and whose writes are kept,
+// with a descriptor the main loop would watch.
+class CMemorySource : public TestSupport::CMemorySource {
 public:
-    int Open() override { return m_open = true; }
-    int Close() override {
-        m_open = false;
-        ++m_closes;
-        return 1;
-    }
-    bool IsOpen() override { return m_open; }
-    ByteVector Read(int) override {
-        if (m_chunks.empty()) return ByteVector();
-        ByteVector chunk = m_chunks.front();
-        m_chunks.pop_front();
-        return chunk;
-    }
-    int Write(const std::string& text) override {
-        m_written.push_back(text);
-        return 1;
-    }
-    int Write(const ByteVector& bytes) override {
-        return Write(std::string(bytes.begin(), bytes.end()));
-    }
-    int SetPortName(const std::string&) override { return 1; }
-    int SetTimeout(Core::Time) override { return 1; }
-    void SendBreak() override {}
-    int SetBaudRate(int) override { return 1; }
-    int GetFileDescriptor() override { return 3; }
-
-    std::deque<ByteVector> m_chunks;
-    std::vector<std::string> m_written;
-    bool m_open = true;
-    int m_closes = 0;
+    CMemorySource() { m_descriptor = 3; }
 };
 
 class CScriptedQueue : public CCommandQueue {
