@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
+#include <random>
 #include <stdexcept>
 
 namespace TestSupport {
@@ -71,7 +73,49 @@ std::vector<nlohmann::json> CLogServerStub::Drain() {
     return datagrams;
 }
 
+namespace {
+
+// Whether a socket of the type can be bound to the loopback port just now.
+bool CanBind(int type, int port) {
+    const int fd = ::socket(AF_INET, type | SOCK_CLOEXEC, 0);
+    if (fd < 0) return false;
+    struct sockaddr_in address;
+    std::memset(&address, 0, sizeof(address));
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    const bool bound =
+        ::bind(fd, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)) == 0;
+    ::close(fd);
+    return bound;
+}
+
+// The lowest port of the kernel's ephemeral range (what binding port 0 and
+// outgoing connections take ports from).
+int EphemeralLow() {
+    std::ifstream range("/proc/sys/net/ipv4/ip_local_port_range");
+    int low = 0;
+    if (!(range >> low)) return 32768;
+    return low;
+}
+
+}  // namespace
+
 int ClosedPort() {
+    // Taken below the ephemeral range, so that no socket bound to port 0
+    // elsewhere (another test's daemon, a client's connection) can be given
+    // it between this call and the bind of the process it is meant for; free
+    // for TCP and UDP alike, as callers use it for either.
+    static std::mt19937 random(std::random_device{}() ^ static_cast<unsigned>(::getpid()));
+    const int high = EphemeralLow();
+    const int low = high - 12000;
+    if (low >= 1024) {
+        std::uniform_int_distribution<int> pick(low, high - 1);
+        for (int attempt = 0; attempt < 200; ++attempt) {
+            const int port = pick(random);
+            if (CanBind(SOCK_STREAM, port) && CanBind(SOCK_DGRAM, port)) return port;
+        }
+    }
     int port = 0;
     ::close(BindLoopback(port));
     return port;

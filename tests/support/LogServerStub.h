@@ -37,7 +37,8 @@ private:
     char m_buffer[65536];  // the largest datagram
 };
 
-// A port on 127.0.0.1 where nothing listens (bound once, then released).
+// A port on 127.0.0.1 free for TCP and UDP just now, taken below the kernel's
+// ephemeral range so that sockets bound to port 0 elsewhere never get it.
 int ClosedPort();
 
 // Writes a store file in dir whose section "LogServer" names host and port,
