@@ -8,6 +8,7 @@
 
 #include "tests/support/LogServerStub.h"
 #include "tests/support/MemorySource.h"
+#include "tests/support/ReceiverConfiguration.h"
 #include "tests/support/TestSupport.h"
 
 namespace CommandsTest {
@@ -29,42 +30,10 @@ inline std::string WriteStore(const TestSupport::TempDir& dir,
 // The receiver configuration for an empty store and no constellation manager,
 // each line with its "\r\n".
 inline std::vector<std::string> DefaultConfiguration() {
-    const char* const lines[] = {
-        "unlogall thisport",
-        "sbascontrol disable",
-        "rtksource auto any",
-        "psrdiffsource auto any",
-        "setionotype auto",
-        "interfacemode usb1 novatel novatel",
-        "interfacemode usb2 novatel novatel",
-        "interfacemode usb3 novatel novatel",
-        "com com2 115200 n 8 1 n off on",
-        "interfacemode com2 CMR none",
-        "log versionb once",
-        "log rxstatusb once",
-        "log psrdopb ontime 10",
-        "log rxstatusb onchanged",
-        "log comconfigb ontime 10",
-        "log trackstatb ontime 3",
-        "pdpfilter enable",
-        "pdpmode relative dynamic",
-        "dynamics air",
-        "psrvelocitytype DOPPLER",
-        "log pdpxyzb ontime 0.1",
-        "log pdpstatb ontime 0.1",
-        "log rangeb ontime 0.5",
-        "log timeb ontime 0.1",
-        "log gpgsv ontime 1",
-        "log gpgsa ontime 1",
-        "log gpzda ontime 1",
-        "log gpgst ontime 1",
-        "log refstationb ontime 10",
-        "LOG CHANCONFIGLISTB ONCE",
-        "LOG LOGLISTB ONCE",
-        "LOG RXCONFIGB ONCE",
-    };
     std::vector<std::string> configuration;
-    for (const char* line : lines) configuration.push_back(std::string(line) + "\r\n");
+    for (const std::string& line : TestSupport::DefaultReceiverConfiguration()) {
+        configuration.push_back(line + "\r\n");
+    }
     return configuration;
 }
 

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "tests/support/LogServerStub.h"
+#include "tests/support/ReceiverConfiguration.h"
 #include "tests/support/TestSupport.h"
 
 namespace EndToEnd {
@@ -114,6 +115,8 @@ private:
 
 // The configuration sequence the daemon builds from the store's defaults
 // with SBAS not in use, without its selectchanconfig line.
-std::vector<std::string> DefaultConfigurationSequence();
+inline std::vector<std::string> DefaultConfigurationSequence() {
+    return TestSupport::DefaultReceiverConfiguration();
+}
 
 }  // namespace EndToEnd
