@@ -1,5 +1,6 @@
 #include "LogObserver/DiagnosticsObserver.h"
 
+#include "Logs/NovatelOEMV/LogCast.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelRXSTATUS.h"
 #include "Logs/NovatelOEMV/NovatelRecord.h"
 
@@ -40,9 +41,11 @@ CDiagnosticsObserver::CDiagnosticsObserver(CConfig& config)
     : m_alarms(Diagnosticator::CDiagnosticatorAPI::kDefaultClientName, config) {}
 
 void CDiagnosticsObserver::NewPacket(CGPSRecord* record) {
-    Novatel::CNovatelRecord* novatel = dynamic_cast<Novatel::CNovatelRecord*>(record);
+    if (!record) return;
+    Novatel::CNovatelRecord* novatel = record->AsNovatelRecord();
     if (!novatel) return;
-    Novatel::CNovatelRXSTATUS* rxstatus = dynamic_cast<Novatel::CNovatelRXSTATUS*>(novatel);
+    Novatel::CNovatelRXSTATUS* rxstatus =
+        Novatel::LogCast<Novatel::CNovatelRXSTATUS>(novatel, Novatel::kRXSTATUSMessageID);
     if (!rxstatus) return;
 
     const uint32_t errorWord = rxstatus->GetErrorWord();

@@ -31,6 +31,8 @@ void CNMEALogObserver::SetStatusObserver(CReceiverStatusObserver* statusObserver
 }
 
 void CNMEALogObserver::NewPacket(CGPSRecord* record) {
+    // Checked by message ID first: the cast is costly and most records are binary.
+    if (!record || record->GetMessageID() != kNMEAMessageID) return;
     CNMEARecord* nmea = dynamic_cast<CNMEARecord*>(record);
     if (!nmea) return;
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "LogObserver/ReceiverStatusObserver.h"
+#include "Logs/NovatelOEMV/LogCast.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelBESTPOS.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelCartesianLog.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelPDPSTATB.h"
@@ -70,34 +71,45 @@ CPositionManager::~CPositionManager() {}
 
 void CPositionManager::NewPacket(CGPSRecord* record) {
     if (record == nullptr) return;
-    Novatel::CNovatelRecord* novatel = dynamic_cast<Novatel::CNovatelRecord*>(record);
+    Novatel::CNovatelRecord* novatel = record->AsNovatelRecord();
     if (novatel == nullptr) return;
 
-    if (auto* pdpxyz = dynamic_cast<Novatel::CNovatelPDPXYZ*>(novatel)) {
+    if (auto* pdpxyz =
+            Novatel::LogCast<Novatel::CNovatelPDPXYZ>(novatel, Novatel::kPDPXYZMessageID)) {
         HandlePDPXYZ(pdpxyz);
         return;
     }
-    if (auto* rtkxyz = dynamic_cast<Novatel::CNovatelRTKXYZ*>(novatel)) {
+    if (auto* rtkxyz =
+            Novatel::LogCast<Novatel::CNovatelRTKXYZ>(novatel, Novatel::kRTKXYZMessageID)) {
         HandleRTKXYZ(rtkxyz);
         return;
     }
-    if (auto* psrxyz = dynamic_cast<const Novatel::CNovatelPSRXYZ*>(novatel)) {
+    if (auto* psrxyz =
+            Novatel::LogCast<const Novatel::CNovatelPSRXYZ>(novatel, Novatel::kPSRXYZMessageID)) {
         HandlePSRXYZ(psrxyz);
         return;
     }
-    if (auto* pdpstat = dynamic_cast<const Novatel::CNovatelPDPSTAT*>(novatel)) {
+    if (auto* pdpstat =
+            Novatel::LogCast<const Novatel::CNovatelPDPSTAT>(novatel, Novatel::kPDPSTATMessageID)) {
         m_latestPDPSTAT.reset(new Novatel::CNovatelPDPSTATB(pdpstat->GetSentenceData()));
         return;
     }
-    if (auto* psrdop = dynamic_cast<const Novatel::CNovatelPSRDOP*>(novatel)) {
+    if (auto* psrdop =
+            Novatel::LogCast<const Novatel::CNovatelPSRDOP>(novatel, Novatel::kPSRDOPMessageID)) {
         HandlePSRDOP(psrdop);
         return;
     }
-    if (auto* sats = dynamic_cast<const Novatel::CNovatelSatsLog*>(novatel)) HandleSatsLog(sats);
-    if (auto* reference = dynamic_cast<const Novatel::CNovatelREFSTATION*>(novatel)) {
+    const uint16_t messageId = novatel->GetMessageID();
+    if (messageId == Novatel::kRTKSATSMessageID || messageId == Novatel::kPDPSATSMessageID) {
+        if (auto* sats = dynamic_cast<const Novatel::CNovatelSatsLog*>(novatel))
+            HandleSatsLog(sats);
+    }
+    if (auto* reference = Novatel::LogCast<const Novatel::CNovatelREFSTATION>(
+            novatel, Novatel::kREFSTATIONMessageID)) {
         HandleREFSTATION(reference);
     }
-    if (auto* bestpos = dynamic_cast<const Novatel::CNovatelBESTPOS*>(novatel)) {
+    if (auto* bestpos =
+            Novatel::LogCast<const Novatel::CNovatelBESTPOS>(novatel, Novatel::kBESTPOSMessageID)) {
         HandleBESTPOS(bestpos);
     }
 }

@@ -5,6 +5,7 @@
 
 #include "LogObserver/ReceiverStatusTexts.h"
 #include "LogObserver/TrackingSummary.h"
+#include "Logs/NovatelOEMV/LogCast.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelCHANCONFIGLIST.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelCOMCONFIG.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelPDPSTAT.h"
@@ -66,33 +67,42 @@ CReceiverStatusObserver::CReceiverStatusObserver(CConfig& config)
 CReceiverStatusObserver::~CReceiverStatusObserver() = default;
 
 void CReceiverStatusObserver::NewPacket(CGPSRecord* record) {
-    const Novatel::CNovatelRecord* novatel = dynamic_cast<Novatel::CNovatelRecord*>(record);
+    if (record == nullptr) return;
+    const Novatel::CNovatelRecord* novatel = record->AsNovatelRecord();
     if (novatel == nullptr) return;
 
     PublishHeaderValues(*novatel);
 
-    if (auto* version = dynamic_cast<const Novatel::CNovatelVERSION*>(novatel)) {
+    if (auto* version =
+            Novatel::LogCast<const Novatel::CNovatelVERSION>(novatel, Novatel::kVERSIONMessageID)) {
         NewPacket_VERSION(version);
     }
-    if (auto* rxstatus = dynamic_cast<const Novatel::CNovatelRXSTATUS*>(novatel)) {
+    if (auto* rxstatus = Novatel::LogCast<const Novatel::CNovatelRXSTATUS>(
+            novatel, Novatel::kRXSTATUSMessageID)) {
         NewPacket_RXSTATUS(rxstatus);
     }
-    if (auto* comconfig = dynamic_cast<const Novatel::CNovatelCOMCONFIG*>(novatel)) {
+    if (auto* comconfig = Novatel::LogCast<const Novatel::CNovatelCOMCONFIG>(
+            novatel, Novatel::kCOMCONFIGMessageID)) {
         NewPacket_COMCONFIG(comconfig);
     }
-    if (auto* trackstat = dynamic_cast<const Novatel::CNovatelTRACKSTAT*>(novatel)) {
+    if (auto* trackstat = Novatel::LogCast<const Novatel::CNovatelTRACKSTAT>(
+            novatel, Novatel::kTRACKSTATMessageID)) {
         NewPacket_TRACKSTAT(trackstat);
     }
-    if (auto* range = dynamic_cast<const Novatel::CNovatelRANGE*>(novatel)) {
+    if (auto* range =
+            Novatel::LogCast<const Novatel::CNovatelRANGE>(novatel, Novatel::kRANGEMessageID)) {
         NewPacket_RANGE(range);
     }
-    if (auto* pdpstat = dynamic_cast<const Novatel::CNovatelPDPSTAT*>(novatel)) {
+    if (auto* pdpstat =
+            Novatel::LogCast<const Novatel::CNovatelPDPSTAT>(novatel, Novatel::kPDPSTATMessageID)) {
         NewPacket_PDPSTAT(pdpstat);
     }
-    if (auto* chanconfiglist = dynamic_cast<const Novatel::CNovatelCHANCONFIGLIST*>(novatel)) {
+    if (auto* chanconfiglist = Novatel::LogCast<const Novatel::CNovatelCHANCONFIGLIST>(
+            novatel, Novatel::kCHANCONFIGLISTMessageID)) {
         NewPacket_CHANCONFIGLIST(chanconfiglist);
     }
-    if (auto* time = dynamic_cast<const Novatel::CNovatelTIME*>(novatel)) {
+    if (auto* time =
+            Novatel::LogCast<const Novatel::CNovatelTIME>(novatel, Novatel::kTIMEMessageID)) {
         // The clock is set before the TIME log is published, so readers of
         // the current time see this log's time from here on.
         unsigned week = 0;

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "Logs/NovatelOEMV/GPSRecord.h"
+#include "Logs/NovatelOEMV/LogCast.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelCHANCONFIGLIST.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelVERSION.h"
 #include "platform/Config/Config.h"
@@ -83,11 +84,13 @@ void CConstellationManager::LoadSettings() {
 void CConstellationManager::NewPacket(CGPSRecord* record) {
     if (record == nullptr) return;
     bool handled = false;
-    if (const auto* version = dynamic_cast<const Novatel::CNovatelVERSION*>(record)) {
+    if (const auto* version =
+            Novatel::LogCast<const Novatel::CNovatelVERSION>(record, Novatel::kVERSIONMessageID)) {
         HandleVERSION(*version);
         handled = true;
     }
-    if (const auto* list = dynamic_cast<const Novatel::CNovatelCHANCONFIGLIST*>(record)) {
+    if (const auto* list = Novatel::LogCast<const Novatel::CNovatelCHANCONFIGLIST>(
+            record, Novatel::kCHANCONFIGLISTMessageID)) {
         HandleCHANCONFIGLIST(*list);
         handled = true;
     }

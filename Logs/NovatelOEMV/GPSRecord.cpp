@@ -8,6 +8,8 @@ void CGPSRecord::GetTime(double& seconds) const { seconds = m_arrivalTime.AsDoub
 
 double CGPSRecord::GetTimeAsDouble() const { return m_arrivalTime.AsDouble(); }
 
+Novatel::CNovatelRecord* CGPSRecord::AsNovatelRecord() { return nullptr; }
+
 void CGPSRecord::GetTime(Core::Time& time) const {
     // Deliberately a no-op (the argument is, in effect, assigned to itself):
     // this overload has always left its argument alone and nothing reads it.

@@ -14,6 +14,10 @@
 
 #include "platform/Core/Time.h"
 
+namespace Novatel {
+class CNovatelRecord;
+}
+
 class CGPSRecord {
 public:
     // Stamps the record with the current wall-clock time as its arrival time.
@@ -39,6 +43,11 @@ public:
     // from the binary header (the receiver's own enumeration, 180 for fine
     // steering, 20 for unknown), or 0 for a record without one (NMEA).
     virtual int GetTimeStatus() const = 0;
+
+    // The record as a NovAtel record, or null for any other kind (NMEA). Every
+    // observer asks this of every record: a dynamic cast through the record
+    // tree's virtual bases costs hundreds of instructions, this one call.
+    virtual Novatel::CNovatelRecord* AsNovatelRecord();
 
     // When the sentence arrived (was decoded), not when the receiver measured.
     Core::Time GetArrivalTime() const { return m_arrivalTime; }

@@ -69,16 +69,19 @@ uint32_t CNovatelBinaryRecord::GetReceiverStatus() const { return m_header.m_rec
 
 uint8_t CNovatelBinaryRecord::GetIdleTime() const { return m_header.m_idleTime; }
 
-ByteVector CNovatelBinaryRecord::GetMessageBody() const {
+size_t CNovatelBinaryRecord::GetMessageBodySize() const {
     // The body ends at the CRC or where the header says, whichever comes first,
     // so a header that claims more than the frame holds reads no further.
     const size_t bodyStart = m_header.m_headerLength;
     const size_t crcStart =
         m_frame.size() >= kNovatelCrcSize ? m_frame.size() - kNovatelCrcSize : 0;
-    if (bodyStart >= crcStart) return ByteVector();
-    const size_t bodyLength = std::min<size_t>(m_header.m_messageLength, crcStart - bodyStart);
-    const auto begin = m_frame.begin() + static_cast<std::ptrdiff_t>(bodyStart);
-    return ByteVector(begin, begin + static_cast<std::ptrdiff_t>(bodyLength));
+    if (bodyStart >= crcStart) return 0;
+    return std::min<size_t>(m_header.m_messageLength, crcStart - bodyStart);
+}
+
+ByteVector CNovatelBinaryRecord::GetMessageBody() const {
+    const auto begin = m_frame.begin() + static_cast<std::ptrdiff_t>(m_header.m_headerLength);
+    return ByteVector(begin, begin + static_cast<std::ptrdiff_t>(GetMessageBodySize()));
 }
 
 int CNovatelBinaryRecord::GetTimeStatus() const { return m_header.m_timeStatus; }

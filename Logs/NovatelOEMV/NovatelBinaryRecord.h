@@ -56,6 +56,8 @@ public:
     uint32_t GetReceiverStatus() const override;
     uint8_t GetIdleTime() const override;
     ByteVector GetMessageBody() const override;
+    // Counted without copying the body.
+    size_t GetMessageBodySize() const override;
     // The header's time status.
     int GetTimeStatus() const override;
 

@@ -9,12 +9,15 @@
 // virtual bases, both are default-constructed by the most derived class; the
 // binary layer fills the frame in its own constructor.
 
+#include <cstddef>
 #include <cstdint>
 
 #include "Logs/NovatelOEMV/GPSRecord.h"
 #include "platform/Core/ByteVector.h"
 
 namespace Novatel {
+
+class CNovatelResponse;
 
 class CNovatelRecord : public virtual CGPSRecord {
 public:
@@ -40,6 +43,13 @@ public:
     // header's message length says but never beyond the body's end in the
     // message (the CRC is not part of the body).
     virtual ByteVector GetMessageBody() const = 0;
+    // The byte count of GetMessageBody, for readers that need no more.
+    virtual size_t GetMessageBodySize() const { return GetMessageBody().size(); }
+
+    CNovatelRecord* AsNovatelRecord() override { return this; }
+    // The record as a command response, or null for a log; cheaper than a
+    // dynamic cast, like AsNovatelRecord.
+    virtual CNovatelResponse* AsResponse() { return nullptr; }
 
     // Whether the message's CRC was right when the record was made.
     bool IsCrcValid() const { return m_crcValid; }

@@ -10,12 +10,16 @@
 #include "Logs/NovatelOEMV/CartesianLog.h"
 #include "Logs/NovatelOEMV/GeodeticLog.h"
 #include "Logs/NovatelOEMV/LBandLog.h"
+#include "Logs/NovatelOEMV/LogCast.h"
 #include "Logs/NovatelOEMV/NMEARecord.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelBESTXYZB.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelLBANDSTATB.h"
+#include "Logs/NovatelOEMV/NovatelBinary/NovatelRXSTATUS.h"
 #include "Logs/NovatelOEMV/NovatelBinary/NovatelResponse.h"
 #include "Logs/NovatelOEMV/NovatelBinaryRecord.h"
+#include "Logs/NovatelOEMV/RecordFactory.h"
 #include "tests/framing/FramingTestSupport.h"
+#include "tools/common/NovatelFrameBuilder.h"
 
 using namespace FramingTest;
 using Novatel::CNovatelBinaryRecord;
@@ -148,6 +152,7 @@ TEST(NovatelBinaryRecord, MessageBodyNeverReachesPastTheBodyOfTheFrame) {
     for (const auto& c : cases) {
         const CNovatelBinaryRecord record(c.frame);
         EXPECT_EQ(record.GetMessageBody(), c.body) << c.name;
+        EXPECT_EQ(record.GetMessageBodySize(), c.body.size()) << c.name;
     }
 }
 
@@ -188,6 +193,37 @@ TEST(RecordTree, DynamicCastsReachEveryLayerThroughTheVirtualBases) {
     ASSERT_NE(asLBand, nullptr);
     EXPECT_EQ(dynamic_cast<CCartesianLog*>(asLBand), nullptr);
     EXPECT_EQ(static_cast<CGPSRecord*>(asLBand), lband.get());
+}
+
+// The observers tell records apart with AsNovatelRecord, AsResponse and
+// LogCast; each must agree with the dynamic cast it stands for.
+TEST(RecordTree, KindAccessorsAndLogCastAgreeWithDynamicCasts) {
+    Tools::SFrameHeader header;
+    header.messageId = Novatel::kRXSTATUSMessageID;
+    const ByteVector body(8, 0);  // no status words
+    std::unique_ptr<CGPSRecord> rxstatus(CreateRecord(Tools::BuildBinaryFrame(header, body)));
+    header.messageType = Novatel::kResponseMessageBit;  // a response to a command with that ID
+    std::unique_ptr<CGPSRecord> response(
+        CreateRecord(Tools::BuildBinaryFrame(header, Tools::CBodyWriter().U32(1).Bytes())));
+    std::unique_ptr<CGPSRecord> nmea(new CNMEARecord(Bytes("$GPZDA*00\r")));
+
+    for (CGPSRecord* record : {rxstatus.get(), response.get(), nmea.get()}) {
+        EXPECT_EQ(record->AsNovatelRecord(), dynamic_cast<Novatel::CNovatelRecord*>(record));
+        if (Novatel::CNovatelRecord* novatel = record->AsNovatelRecord()) {
+            EXPECT_EQ(novatel->AsResponse(), dynamic_cast<Novatel::CNovatelResponse*>(record));
+        }
+    }
+    EXPECT_NE(response->AsNovatelRecord()->AsResponse(), nullptr);
+
+    using Novatel::LogCast;
+    EXPECT_NE((LogCast<Novatel::CNovatelRXSTATUS>(rxstatus.get(), Novatel::kRXSTATUSMessageID)),
+              nullptr);
+    EXPECT_EQ((LogCast<Novatel::CNovatelRXSTATUS>(rxstatus.get(), Novatel::kVERSIONMessageID)),
+              nullptr);
+    EXPECT_EQ((LogCast<Novatel::CNovatelRXSTATUS>(response.get(), Novatel::kRXSTATUSMessageID)),
+              nullptr)
+        << "a response carries the ID of the command it answers but is not that log";
+    EXPECT_EQ((LogCast<Novatel::CNovatelRXSTATUS, CGPSRecord>(nullptr, 93)), nullptr);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "LogObserver/ScreenDumpObserver.h"
 #include "Logs/NovatelOEMV/NMEARecord.h"
@@ -37,6 +38,22 @@ TEST(ScreenDumpObserverTest, PacketLineUsesDefaultStreamNotationForSeconds) {
     for (const SCase& c : cases) {
         EXPECT_EQ(std::string("ID = 42, size = 72, week = 1520, seconds = ") + c.seconds + "\n",
                   Dump(Frame(42, 0, ByteVector(72, 0), 1520, c.milliseconds)));
+    }
+}
+
+// Seconds are formatted without the stream; they must read exactly as the stream's
+// default notation would write them, rounding ties and switching to exponents alike.
+TEST(ScreenDumpObserverTest, SecondsMatchTheStreamsDefaultNotationOverTheWholeRange) {
+    std::vector<uint32_t> milliseconds = {1,         5,         999,        1000,
+                                          1234567,   100000500, 100001500,  999999499,
+                                          999999500, 999999999, 1000000000, 4294967295u};
+    for (uint32_t value = 7; value < 4000000000u; value = value * 3 + 11) {
+        milliseconds.push_back(value);
+    }
+    for (uint32_t value : milliseconds) {
+        std::ostringstream expected;
+        expected << "ID = 42, size = 0, week = 3, seconds = " << value / 1000.0 << "\n";
+        EXPECT_EQ(expected.str(), Dump(Frame(42, 0, ByteVector(), 3, value))) << value;
     }
 }
 

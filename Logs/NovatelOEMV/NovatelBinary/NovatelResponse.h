@@ -14,6 +14,7 @@ namespace Novatel {
 class CNovatelResponse : public virtual CNovatelRecord {
 public:
     ~CNovatelResponse() override = default;
+    CNovatelResponse* AsResponse() override { return this; }
 
     // The receiver's response ID (1 means OK; other values name the error).
     uint32_t GetResponseID() const { return m_responseID; }
