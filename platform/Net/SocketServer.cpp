@@ -1,7 +1,6 @@
 #include "platform/Net/SocketServer.h"
 
 #include <arpa/inet.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -11,6 +10,8 @@
 #include <cstdio>
 #include <cstring>
 #include <vector>
+
+#include "platform/Core/NumericAddress.h"
 
 namespace {
 
@@ -81,7 +82,6 @@ void SocketServerC::Report(const std::string& message) const {
 
 bool SocketServerC::Listen(int port, int backlog) {
     if (m_listener >= 0) Close();
-    const std::string host = m_bindAddress == "localhost" ? "127.0.0.1" : m_bindAddress;
     const std::string where =
         (m_bindAddress.empty() ? "*" : m_bindAddress) + ":" + std::to_string(port);
     if (port < 0 || port > 65535) {
@@ -90,28 +90,22 @@ bool SocketServerC::Listen(int port, int backlog) {
         return false;
     }
 
-    struct addrinfo hints;
-    std::memset(&hints, 0, sizeof(hints));
-    hints.ai_family = AF_UNSPEC;
-    hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_PASSIVE | AI_NUMERICHOST | AI_NUMERICSERV;
-    struct addrinfo* found = nullptr;
-    const int lookup = ::getaddrinfo(host.empty() ? nullptr : host.c_str(),
-                                     std::to_string(port).c_str(), &hints, &found);
-    if (lookup != 0 || found == nullptr) {
-        Report("cannot listen on " + where + ": the bind address is not a numeric address or " +
-               "localhost (" + ::gai_strerror(lookup) + "); the service is not offered");
+    Core::SSocketAddress address;
+    if (!Core::ParseNumericAddress(m_bindAddress, port, address)) {
+        Report("cannot listen on " + where +
+               ": the bind address is not a numeric address or localhost; the service is not "
+               "offered");
         return false;
     }
 
     std::string failure;
-    int descriptor = ::socket(found->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    int descriptor = ::socket(address.Family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (descriptor < 0) {
         failure = std::strerror(errno);
     } else {
         const int on = 1;
         ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-        if (::bind(descriptor, found->ai_addr, found->ai_addrlen) != 0 ||
+        if (::bind(descriptor, address.Get(), address.length) != 0 ||
             ::listen(descriptor, backlog) != 0) {
             failure = std::strerror(errno);
         } else if (descriptor >= FD_SETSIZE) {
@@ -119,7 +113,6 @@ bool SocketServerC::Listen(int port, int backlog) {
                 "descriptor " + std::to_string(descriptor) + " is beyond what select can watch";
         }
     }
-    ::freeaddrinfo(found);
     if (!failure.empty()) {
         if (descriptor >= 0) ::close(descriptor);
         Report("cannot listen on " + where + ": " + failure + "; the service is not offered");
