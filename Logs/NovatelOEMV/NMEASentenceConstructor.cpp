@@ -10,8 +10,6 @@ const uint8_t kSentenceStart = '$';
 
 bool IsLineEnd(uint8_t byte) { return byte == '\r' || byte == '\n'; }
 
-bool EndsRun(uint8_t byte) { return IsLineEnd(byte) || byte == kSentenceStart; }
-
 }  // namespace
 
 void CNMEASentenceConstructor::StartSentence() {
@@ -21,21 +19,22 @@ void CNMEASentenceConstructor::StartSentence() {
 }
 
 int CNMEASentenceConstructor::ExtractSentence() {
-    while (!m_input.empty()) {
+    while (QueuedCount() > 0) {
         if (m_state == Idle) {
             // Everything before the next "$" is dropped in one step.
-            const auto start = std::find(m_input.begin(), m_input.end(), kSentenceStart);
-            if (start == m_input.end()) {
-                m_input.clear();
+            const size_t queued = QueuedCount();
+            const size_t start = FindByte(QueuedBytes(), queued, kSentenceStart);
+            if (start == queued) {
+                DropQueuedBytes(queued);
                 return 0;
             }
-            m_input.erase(m_input.begin(), start + 1);
+            DropQueuedBytes(start + 1);
             StartSentence();
             continue;
         }
         if (m_state != InSentence) {
-            const uint8_t byte = m_input.front();
-            m_input.pop_front();
+            const uint8_t byte = QueuedBytes()[0];
+            DropQueuedBytes(1);
             if (byte == kSentenceStart) {
                 StartSentence();
                 continue;
@@ -49,15 +48,15 @@ int CNMEASentenceConstructor::ExtractSentence() {
         // as the limit allows: appending stops once the sentence holds more than it.
         const size_t held = m_workingSentence.size();
         const size_t room = held <= kMaxSentenceBytes ? kMaxSentenceBytes + 1 - held : 0;
-        const auto runEnd =
-            m_input.begin() + static_cast<std::ptrdiff_t>(std::min(room, m_input.size()));
-        const auto stop =
-            std::find_if(m_input.begin(), runEnd, [](uint8_t byte) { return EndsRun(byte); });
-        MoveToWorkingSentence(static_cast<size_t>(stop - m_input.begin()));
-        if (m_input.empty()) return 0;
+        const size_t queued = QueuedCount();
+        const uint8_t* bytes = QueuedBytes();
+        const size_t run =
+            FindByte(bytes, FindLineEnd(bytes, std::min(room, queued)), kSentenceStart);
+        MoveToWorkingSentence(run);
+        if (run == queued) return 0;
 
-        const uint8_t byte = m_input.front();
-        m_input.pop_front();
+        const uint8_t byte = QueuedBytes()[0];
+        DropQueuedBytes(1);
         if (byte == kSentenceStart) {
             // Deliberate: a "$" abandons the sentence silently, with no -1, so a sentence
             // cut short by the next one never counts as a checksum failure.

@@ -15,22 +15,23 @@ bool IsLineEnd(uint8_t byte) { return byte == '\r' || byte == '\n'; }
 }  // namespace
 
 int CNovatelASCIISentenceConstructor::ExtractSentence() {
-    while (!m_input.empty()) {
+    while (QueuedCount() > 0) {
         if (m_state == Idle) {
             // Everything before the next "#" is dropped in one step.
-            const auto start = std::find(m_input.begin(), m_input.end(), kSentenceStart);
-            if (start == m_input.end()) {
-                m_input.clear();
+            const size_t queued = QueuedCount();
+            const size_t start = FindByte(QueuedBytes(), queued, kSentenceStart);
+            if (start == queued) {
+                DropQueuedBytes(queued);
                 return 0;
             }
-            m_input.erase(m_input.begin(), start + 1);
+            DropQueuedBytes(start + 1);
             m_workingSentence.clear();
             m_workingSentence.push_back(kSentenceStart);
             m_state = InSentence;
             continue;
         }
         if (m_state != InSentence) {
-            m_input.pop_front();
+            DropQueuedBytes(1);
             m_workingSentence.clear();
             m_state = Idle;
             return -1;
@@ -41,15 +42,13 @@ int CNovatelASCIISentenceConstructor::ExtractSentence() {
         // here is an ordinary byte.
         const size_t held = m_workingSentence.size();
         const size_t room = held <= kMaxSentenceBytes ? kMaxSentenceBytes + 1 - held : 0;
-        const auto runEnd =
-            m_input.begin() + static_cast<std::ptrdiff_t>(std::min(room, m_input.size()));
-        const auto lineEnd =
-            std::find_if(m_input.begin(), runEnd, [](uint8_t byte) { return IsLineEnd(byte); });
-        MoveToWorkingSentence(static_cast<size_t>(lineEnd - m_input.begin()));
-        if (m_input.empty()) return 0;
+        const size_t queued = QueuedCount();
+        const size_t run = FindLineEnd(QueuedBytes(), std::min(room, queued));
+        MoveToWorkingSentence(run);
+        if (run == queued) return 0;
 
-        const uint8_t byte = m_input.front();
-        m_input.pop_front();
+        const uint8_t byte = QueuedBytes()[0];
+        DropQueuedBytes(1);
         m_state = Idle;
         if (IsLineEnd(byte)) {
             // Deliberately the CR or LF that ends the sentence stays as its last byte: the

@@ -19,17 +19,21 @@ const size_t kMessageLengthOffset = 8;  // unsigned 16 LE: message length M, the
 // The header is collected up to the low byte of the message length; the next
 // byte completes the length.
 const size_t kHeaderBytesBeforeLengthHigh = kMessageLengthOffset + 1;
+// Bytes from the first sync byte to the end of the message length.
+const size_t kFrameStartBytes = kMessageLengthOffset + 2;
 
 }  // namespace
 
 int CNovatelBinarySentenceConstructor::ExtractSentence() {
-    while (!m_input.empty()) {
+    while (QueuedCount() > 0) {
         switch (m_state) {
-            case WaitSync1:
-                SeekFirstSyncByte();
+            case WaitSync1: {
+                const int result = SeekFirstSyncByte();
+                if (result != 0) return result;
                 break;
+            }
             case WaitSync2:
-                if (m_input.front() == kSync2) {
+                if (QueuedBytes()[0] == kSync2) {
                     MoveToWorkingSentence(1);
                     m_state = WaitSync3;
                 } else {
@@ -40,14 +44,14 @@ int CNovatelBinarySentenceConstructor::ExtractSentence() {
                 }
                 break;
             case WaitSync3:
-                if (m_input.front() == kSync3) {
+                if (QueuedBytes()[0] == kSync3) {
                     MoveToWorkingSentence(1);
                     m_state = ReadHeaderLength;
                 } else {
                     // Deliberately not put back, unlike in WaitSync2, so a frame starting on
                     // this byte (AA 44 AA 44 12 ...) is missed; kept so the published frame
                     // and checksum counts stay comparable with the framer's history.
-                    m_input.pop_front();
+                    DropQueuedBytes(1);
                     m_workingSentence.clear();
                     m_state = WaitSync1;
                 }
@@ -66,7 +70,7 @@ int CNovatelBinarySentenceConstructor::ExtractSentence() {
                 break;
             }
             default:
-                m_input.pop_front();
+                DropQueuedBytes(1);
                 m_workingSentence.clear();
                 m_state = WaitSync1;
                 break;
@@ -75,42 +79,80 @@ int CNovatelBinarySentenceConstructor::ExtractSentence() {
     return 0;
 }
 
-void CNovatelBinarySentenceConstructor::SeekFirstSyncByte() {
+int CNovatelBinarySentenceConstructor::SeekFirstSyncByte() {
     // Everything before the next first sync byte is dropped in one step.
-    const auto sync = std::find(m_input.begin(), m_input.end(), kSync1);
-    if (sync == m_input.end()) {
-        m_input.clear();
-        return;
+    const size_t queued = QueuedCount();
+    const size_t sync = FindByte(QueuedBytes(), queued, kSync1);
+    if (sync == queued) {
+        DropQueuedBytes(queued);
+        return 0;
     }
-    m_input.erase(m_input.begin(), sync + 1);
     m_workingSentence.clear();
-    m_workingSentence.push_back(kSync1);
-    m_state = WaitSync2;
+    if (queued - sync < kFrameStartBytes) {
+        // The start of the frame is split across chunks: the states take it byte by byte.
+        DropQueuedBytes(sync + 1);
+        m_workingSentence.push_back(kSync1);
+        m_state = WaitSync2;
+        return 0;
+    }
+    const uint8_t* start = QueuedBytes() + sync;
+    if (start[1] != kSync2) {
+        // As in WaitSync2: the byte after the AA is examined again as a first sync byte.
+        DropQueuedBytes(sync + 1);
+        return 0;
+    }
+    if (start[2] != kSync3) {
+        // As in WaitSync3: the byte in place of the third sync byte is dropped with
+        // the two before it, deliberately (see there).
+        DropQueuedBytes(sync + 3);
+        return 0;
+    }
+    StartBody(start);
+    // The whole candidate, or what has arrived of it, in one step; ReadBody waits for
+    // the rest.
+    DropQueuedBytes(sync);
+    const size_t candidate = CandidateLength();
+    MoveToWorkingSentence(std::min(candidate, QueuedCount()));
+    return m_workingSentence.size() == candidate ? CheckFrame() : 0;
 }
 
 void CNovatelBinarySentenceConstructor::CollectHeader() {
     const size_t held = m_workingSentence.size();
     if (held < kHeaderBytesBeforeLengthHigh) {
-        MoveToWorkingSentence(std::min(kHeaderBytesBeforeLengthHigh - held, m_input.size()));
+        MoveToWorkingSentence(std::min(kHeaderBytesBeforeLengthHigh - held, QueuedCount()));
         return;
     }
     MoveToWorkingSentence(1);
-    m_messageLength = m_workingSentence[kMessageLengthOffset] +
-                      256u * m_workingSentence[kMessageLengthOffset + 1];
+    StartBody(m_workingSentence.data());
+}
+
+void CNovatelBinarySentenceConstructor::StartBody(const uint8_t* frameStart) {
+    m_headerLength = frameStart[kHeaderLengthOffset];
+    m_messageLength =
+        frameStart[kMessageLengthOffset] + 256u * frameStart[kMessageLengthOffset + 1];
     // Deliberately no limit on H or M and no check of H: a corrupted length makes the
     // framer collect up to 255 + 65535 + 4 bytes before the CRC rejects them as one
     // candidate, which the checksum counts rely on.
     m_expectedLength = m_messageLength + m_headerLength + kNovatelCrcSize;
+    // One allocation at most for the whole frame instead of a growth step per chunk.
+    m_workingSentence.reserve(CandidateLength());
     m_state = ReadBody;
 }
 
+size_t CNovatelBinarySentenceConstructor::CandidateLength() const {
+    // A header claiming a frame shorter than the ten bytes read before its length was
+    // known still costs one byte more; the CRC check then rejects the candidate.
+    return std::max<size_t>(m_expectedLength, kFrameStartBytes + 1);
+}
+
 int CNovatelBinarySentenceConstructor::CollectBody() {
-    // At least one byte is taken even when the header claims a frame shorter than the
-    // ten bytes already held; the CRC check then rejects it.
-    const size_t held = m_workingSentence.size();
-    const size_t wanted = held < m_expectedLength ? m_expectedLength - held : 1;
-    MoveToWorkingSentence(std::min(wanted, m_input.size()));
-    if (m_workingSentence.size() < m_expectedLength) return 0;
+    // Fewer bytes than the candidate are held whenever ReadBody is entered.
+    const size_t candidate = CandidateLength();
+    MoveToWorkingSentence(std::min(candidate - m_workingSentence.size(), QueuedCount()));
+    return m_workingSentence.size() == candidate ? CheckFrame() : 0;
+}
+
+int CNovatelBinarySentenceConstructor::CheckFrame() {
     // Bytes of a rejected frame are never searched for a new sync pattern: the scan
     // resumes after the frame's last byte.
     m_state = WaitSync1;

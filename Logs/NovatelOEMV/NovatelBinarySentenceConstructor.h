@@ -27,13 +27,26 @@ protected:
 
 private:
     // WaitSync1: drops everything up to the next 0xAA and starts a frame with it.
-    void SeekFirstSyncByte();
+    // When the ten bytes up to the message length are queued behind it, the sync,
+    // header length and message length steps are taken here at once, with the
+    // outcome the byte-wise states would reach, and as much of the frame as is
+    // queued is collected in one step; the result of ExtractSentence, or 0.
+    int SeekFirstSyncByte();
     // ReadHeader: collects the header up to the message length and works out the
     // expected frame length.
     void CollectHeader();
+    // Takes the header and message lengths from the first ten bytes of the frame
+    // at frameStart and moves on to ReadBody.
+    void StartBody(const uint8_t* frameStart);
+    // The bytes ReadBody collects: the expected length, but at least one byte
+    // more than the ten held when the length became known.
+    size_t CandidateLength() const;
     // ReadBody: collects up to the expected length, then checks the CRC; the
     // result of ExtractSentence, or 0 while bytes are missing.
     int CollectBody();
+    // Checks the CRC of the complete candidate and returns to WaitSync1; 1 when
+    // it passed (the frame is then the completed sentence), -1 when it failed.
+    int CheckFrame();
 
     unsigned m_state = WaitSync1;
     unsigned m_expectedLength = 0;  // header + message + CRC, once the header says

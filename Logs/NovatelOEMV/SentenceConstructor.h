@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 
 #include "platform/Core/ByteVector.h"
 
@@ -35,6 +34,15 @@ protected:
     // state and a partly assembled sentence survive until the next call.
     virtual int ExtractSentence() = 0;
 
+    // The bytes in the input queue, front first, and how many there are. The
+    // pointer is valid until the queue is next changed.
+    const uint8_t* QueuedBytes() const { return m_input.data() + m_inputFront; }
+    size_t QueuedCount() const { return m_input.size() - m_inputFront; }
+
+    // Removes the first count bytes of the input queue (count must not exceed
+    // its size).
+    void DropQueuedBytes(size_t count);
+
     // Moves the first count bytes of the input queue to the end of the working
     // sentence (count must not exceed the queue's size).
     void MoveToWorkingSentence(size_t count);
@@ -42,7 +50,21 @@ protected:
     // Hands the working sentence over as the completed sentence.
     void CompleteWorkingSentence();
 
-    std::deque<uint8_t> m_input;
+    // The offset of the first `byte` among the first count bytes at `bytes`, or
+    // count when there is none.
+    static size_t FindByte(const uint8_t* bytes, size_t count, uint8_t byte);
+
+    // The offset of the first carriage return or line feed among the first count
+    // bytes at `bytes`, or count when there is none.
+    static size_t FindLineEnd(const uint8_t* bytes, size_t count);
+
+    // The input queue: the bytes of m_input from m_inputFront on. Consuming
+    // moves the front index instead of shifting bytes. The consumed part is
+    // dropped as soon as the queue runs empty, or when data is added while it is
+    // at least as large as the unread part; the buffer then never holds more
+    // than twice the bytes left unread plus the chunk being added.
+    ByteVector m_input;
+    size_t m_inputFront = 0;
     ByteVector m_workingSentence;
     ByteVector m_completedSentence;
     // Deliberately unused: kept as part of every framer's state; nothing reads it.
