@@ -1,5 +1,7 @@
 #include "main/PortHandler.h"
 
+#include <charconv>
+
 #include "LogObserver/LogObserver.h"
 #include "Logs/NovatelOEMV/GPSRecord.h"
 #include "Logs/NovatelOEMV/RecordFactory.h"
@@ -124,8 +126,10 @@ void CPortHandler::HandleSentence(const ByteVector& sentence) {
     unsigned week = 0;
     double seconds = 0.0;
     record->GetGPSTime(week, seconds);
-    std::string key = "QLS_" + std::to_string(record->GetMessageID());
-    m_logClient->PublishValue(key.c_str(), "%lf,%d,%lf", Core::Time::Now().AsDouble(),
+    // "QLS_" and the message id, written without a string of its own per record.
+    char key[16] = "QLS_";
+    *std::to_chars(key + 4, key + sizeof(key) - 1, record->GetMessageID()).ptr = '\0';
+    m_logClient->PublishValue(key, "%lf,%d,%lf", Core::Time::Now().AsDouble(),
                               static_cast<int>(record->GetTimeStatus()), seconds);
     ArmPortTimeout(kPortTimeoutSeconds);
 }

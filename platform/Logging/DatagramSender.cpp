@@ -73,7 +73,7 @@ bool CDatagramSender::Open(const std::string& host, int port) {
     return m_socket >= 0;
 }
 
-bool CDatagramSender::Send(const std::string& payload) {
+bool CDatagramSender::Send(const char* payload, size_t length) {
     if (m_socket < 0) {
         ++m_dropped;
         return false;
@@ -81,7 +81,7 @@ bool CDatagramSender::Send(const std::string& payload) {
     ssize_t written;
     do {
         written =
-            ::sendto(m_socket, payload.data(), payload.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
+            ::sendto(m_socket, payload, length, MSG_DONTWAIT | MSG_NOSIGNAL,
                      reinterpret_cast<const struct sockaddr*>(&m_destination), m_destinationLength);
     } while (written < 0 && errno == EINTR);
     if (written < 0) {

@@ -5,6 +5,7 @@
 
 #include <sys/socket.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -32,7 +33,8 @@ public:
     // refusal (full buffer, too long, no destination) only adds to the drop
     // count. The first failure after a success is reported on standard error,
     // at most once a minute.
-    bool Send(const std::string& payload);
+    bool Send(const char* payload, size_t length);
+    bool Send(const std::string& payload) { return Send(payload.data(), payload.size()); }
 
     bool HasDestination() const { return m_socket >= 0; }
     uint64_t GetSentCount() const { return m_sent; }

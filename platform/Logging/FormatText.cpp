@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <vector>
 
 namespace Logging {
 
@@ -22,7 +21,7 @@ const int kMaxFractionBits = 60;
 // Appends what "%f" prints for value, exactly as the C library does (round half to even
 // on the exact binary value), for the doubles whose digits 64-bit arithmetic gives
 // exactly: whole parts below 2^63 and values from 2^-8 up. False for any other value.
-bool AppendFixed(std::string& out, double value) {
+bool AppendFixed(CTextBuffer& out, double value) {
     if (!std::isfinite(value)) return false;
     uint64_t bits;
     std::memcpy(&bits, &value, sizeof bits);
@@ -64,25 +63,29 @@ bool AppendFixed(std::string& out, double value) {
             if (i < 0) ++whole;
         }
     }
-    if (negative) out += '-';
-    out += std::to_string(whole);
-    out += '.';
-    for (char digit : digits) out += static_cast<char>('0' + digit);
+    if (negative) out.Append('-');
+    out.AppendUnsigned(whole);
+    char* text = out.Extend(kFixedDigits + 1);
+    text[0] = '.';
+    for (int i = 0; i < kFixedDigits; ++i) text[i + 1] = static_cast<char>('0' + digits[i]);
+    out.Commit(kFixedDigits + 1);
     return true;
 }
 
 // Prints the formats the daemon's values use (conversions d, i, u, s, f and lf with no
 // flags, width or precision, and "%%") without the C library's general machinery.
-// False, with args partly used, for anything else.
-bool FormatPlain(std::string& out, const char* format, va_list args) {
-    for (const char* p = format; *p != '\0'; ++p) {
-        if (*p != '%') {
-            out += *p;
-            continue;
-        }
+// False, with args partly used and text partly written, for anything else.
+bool FormatPlain(CTextBuffer& out, const char* format, va_list args) {
+    const char* p = format;
+    for (;;) {
+        const char* run = p;
+        while (*p != '\0' && *p != '%') ++p;
+        out.Append(run, static_cast<size_t>(p - run));
+        if (*p == '\0') return true;
         ++p;
         if (*p == '%') {
-            out += '%';
+            out.Append('%');
+            ++p;
             continue;
         }
         const bool isLong = *p == 'l';
@@ -91,17 +94,17 @@ bool FormatPlain(std::string& out, const char* format, va_list args) {
             case 'd':
             case 'i':
                 if (isLong) return false;
-                out += std::to_string(va_arg(args, int));
+                out.AppendInteger(va_arg(args, int));
                 break;
             case 'u':
                 if (isLong) return false;
-                out += std::to_string(va_arg(args, unsigned));
+                out.AppendUnsigned(va_arg(args, unsigned));
                 break;
             case 's': {
                 if (isLong) return false;
                 const char* text = va_arg(args, const char*);
                 if (text == nullptr) return false;
-                out += text;
+                out.Append(text, std::strlen(text));
                 break;
             }
             case 'f':
@@ -110,38 +113,43 @@ bool FormatPlain(std::string& out, const char* format, va_list args) {
             default:
                 return false;
         }
+        ++p;
     }
-    return true;
 }
 
 }  // namespace
 
-std::string FormatText(const char* format, va_list args) {
-    std::string text;
+void AppendFormatted(CTextBuffer& out, const char* format, va_list args) {
+    const size_t start = out.Size();
     va_list plainArgs;
     va_copy(plainArgs, args);
     // The analyzer takes a va_list parameter for uninitialised; it is the caller's, started.
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
-    const bool plain = FormatPlain(text, format, plainArgs);
+    const bool plain = FormatPlain(out, format, plainArgs);
     va_end(plainArgs);
-    if (plain) return text;
+    if (plain) return;
+    out.Truncate(start);
 
-    // Print into a short buffer with a copy of the arguments; only a longer
-    // text is printed again, with the originals, into a buffer of its size.
-    char shortBuffer[kShortText];
+    // Print into the room at hand with a copy of the arguments; only a longer
+    // text is printed again, with the originals, into room of its size.
+    char* room = out.Extend(kShortText);
     va_list firstArgs;
     va_copy(firstArgs, args);
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
-    const int length = std::vsnprintf(shortBuffer, sizeof(shortBuffer), format, firstArgs);
+    const int length = std::vsnprintf(room, kShortText, format, firstArgs);
     va_end(firstArgs);
-    if (length <= 0) return std::string();
-    if (static_cast<size_t>(length) < sizeof(shortBuffer)) {
-        return std::string(shortBuffer, static_cast<size_t>(length));
+    if (length <= 0) return;
+    if (static_cast<size_t>(length) >= kShortText) {
+        room = out.Extend(static_cast<size_t>(length) + 1);
+        std::vsnprintf(room, static_cast<size_t>(length) + 1, format, args);
     }
+    out.Commit(static_cast<size_t>(length));
+}
 
-    std::vector<char> buffer(static_cast<size_t>(length) + 1);
-    std::vsnprintf(buffer.data(), buffer.size(), format, args);
-    return std::string(buffer.data(), static_cast<size_t>(length));
+std::string FormatText(const char* format, va_list args) {
+    CTextBuffer text(kShortText);
+    AppendFormatted(text, format, args);
+    return text.ToString();
 }
 
 }  // namespace Logging

@@ -3,7 +3,6 @@
 #include <cstdarg>
 
 #include "platform/Config/Config.h"
-#include "platform/Logging/FormatText.h"
 
 namespace {
 
@@ -32,9 +31,9 @@ void CLogClient::PublishValue(const char* key, const char* format, ...) {
     if (!IsEnabled()) return;
     va_list args;
     va_start(args, format);
-    const std::string value = Logging::FormatText(format, args);
+    m_logger.SendFormattedValue(key, CRemoteLogger::kValueCategory, CRemoteLogger::kValueIndex,
+                                format, args);
     va_end(args);
-    m_logger.SendValue(key, value, CRemoteLogger::kValueCategory, CRemoteLogger::kValueIndex);
 }
 
 void CLogClient::LogLine(const char* format, ...) {
@@ -42,9 +41,8 @@ void CLogClient::LogLine(const char* format, ...) {
     if (!config.enabled || CRemoteLogger::kLineLevel > config.maxLevel) return;
     va_list args;
     va_start(args, format);
-    const std::string text = Logging::FormatText(format, args);
+    m_logger.SendFormattedLine(CRemoteLogger::kLineLevel, format, args);
     va_end(args);
-    m_logger.SendLine(CRemoteLogger::kLineLevel, text);
 }
 
 void CLogClient::LogEvent(const std::string& name) {
@@ -53,8 +51,13 @@ void CLogClient::LogEvent(const std::string& name) {
 }
 
 void CLogClient::SendRawData(const std::string& name, const std::string& bytes) {
-    const SLoggingConfig config = GetLoggingConfig(GetClientName());
-    if (!config.enabled || !config.recordRawData) return;
+    // Recording is off unless asked for, so that key is read first and usually alone.
+    static const std::string kRecordRawDataKey = "record_raw_data";
+    const SLoggingConfig defaults;
+    if (m_config.GetInteger(m_section, kRecordRawDataKey, defaults.recordRawData ? 1 : 0) == 0) {
+        return;
+    }
+    if (!IsEnabled()) return;
     m_logger.SendRawData(name, bytes);
 }
 

@@ -2,20 +2,19 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <nlohmann/json.hpp>
+#include <cstring>
 
 #include "platform/Config/Config.h"
 #include "platform/Core/Time.h"
 #include "platform/Logging/Base64.h"
 #include "platform/Logging/DatagramText.h"
-#include "platform/Logging/FormatText.h"
 
 namespace {
 
-// Keeps the fields in the order they are written, as docs/datagrams.md shows them.
-using Json = nlohmann::ordered_json;
-
 const char kServerSection[] = "LogServer";
+
+// Room kept in a raw-data piece for a time stamp longer than the one measured.
+const size_t kRawSlack = 32;
 
 std::string ServerHost(const CConfig& config, const std::string& defaultHost) {
     return config.GetString(kServerSection, "host", defaultHost);
@@ -25,68 +24,21 @@ int ServerPort(const CConfig& config, int defaultPort) {
     return config.GetInteger(kServerSection, "port", defaultPort);
 }
 
-Json Datagram(const std::string& client, const char* type) {
-    Json datagram;
-    datagram["client"] = client;
-    datagram["type"] = type;
-    return datagram;
-}
-
-// Adds the time stamp, Unix seconds to the millisecond, and gives the text.
-// Text that is not valid UTF-8 (a value may hold raw receiver bytes) has each
-// bad sequence replaced by U+FFFD instead of failing the call.
-std::string Finish(Json& datagram) {
-    datagram["time"] = static_cast<double>(Core::Time::Now().Milliseconds()) / 1000.0;
-    return datagram.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-// The busy kinds (values, lines, events) are written straight to text in the
-// same field order and form as a dumped Json object; building one per datagram
-// cost more than everything else the daemon does with a record.
-std::string Opening(const std::string& client, const char* type) {
-    std::string text;
-    text.reserve(160);
-    text += "{\"client\":";
+// The opening of every datagram of a client, up to the type's text.
+std::string Opening(const std::string& client) {
+    Logging::CTextBuffer text;
+    text.AppendLiteral("{\"client\":");
     Logging::AppendJsonString(text, client);
-    text += ",\"type\":\"";
-    text += type;
-    text += '"';
-    return text;
-}
-
-void AddString(std::string& text, const char* name, const std::string& value) {
-    text += ",\"";
-    text += name;
-    text += "\":";
-    Logging::AppendJsonString(text, value);
-}
-
-void AddInteger(std::string& text, const char* name, int64_t value) {
-    text += ",\"";
-    text += name;
-    text += "\":";
-    Logging::AppendJsonInteger(text, value);
-}
-
-// As Finish, for a datagram written as text.
-std::string& Close(std::string& text) {
-    text += ",\"time\":";
-    Logging::AppendJsonNumber(text, static_cast<double>(Core::Time::Now().Milliseconds()) / 1000.0);
-    text += '}';
-    return text;
-}
-
-Json RawPiece(const std::string& client, const std::string& name, size_t offset, size_t total,
-              const std::string& encoded) {
-    Json datagram = Datagram(client, "raw");
-    datagram["name"] = name;
-    datagram["offset"] = offset;
-    datagram["total"] = total;
-    datagram["data"] = encoded;
-    return datagram;
+    text.AppendLiteral(",\"type\":\"");
+    return text.ToString();
 }
 
 }  // namespace
+
+// Every datagram is written as text in one buffer, in the field order and form
+// of a compact dump of a JSON object (docs/datagrams.md), and sent from there.
+// Building an object, or a string, per datagram cost more than everything else
+// the daemon does with a record.
 
 CRemoteLogger::CRemoteLogger(const std::string& clientName, const std::string& host, int port)
     : CRemoteLogger(clientName, CConfig::GetSystemConfig(), host, port) {}
@@ -97,79 +49,149 @@ CRemoteLogger::CRemoteLogger(const std::string& clientName, const CConfig& confi
       m_clientName(clientName),
       m_defaultHost(host),
       m_defaultPort(port),
-      m_sender(clientName, ServerHost(config, host), ServerPort(config, port)) {}
+      m_sender(clientName, ServerHost(config, host), ServerPort(config, port)),
+      m_opening(Opening(clientName)) {}
 
 bool CRemoteLogger::Reconnect() {
     return m_sender.Open(ServerHost(m_config, m_defaultHost), ServerPort(m_config, m_defaultPort));
 }
 
+template <size_t N>
+void CRemoteLogger::Begin(const char (&type)[N]) {
+    m_text.Clear();
+    m_text.Append(m_opening);
+    m_text.AppendLiteral(type);
+    m_text.Append('"');
+}
+
+void CRemoteLogger::Finish() {
+    m_text.AppendLiteral(",\"time\":");
+    m_timeStamp.Append(m_text, Core::Time::Now().Milliseconds());
+    m_text.Append('}');
+    m_sender.Send(m_text.Data(), m_text.Size());
+}
+
 void CRemoteLogger::SendValue(const std::string& key, const std::string& value, int category,
                               int index) {
-    std::string text = Opening(m_clientName, "value");
-    AddString(text, "key", key);
-    AddString(text, "value", value);
-    AddInteger(text, "category", category);
-    AddInteger(text, "index", index);
-    m_sender.Send(Close(text));
+    Begin("value");
+    m_text.AppendLiteral(",\"key\":");
+    Logging::AppendJsonString(m_text, key);
+    m_text.AppendLiteral(",\"value\":");
+    Logging::AppendJsonString(m_text, value);
+    m_text.AppendLiteral(",\"category\":");
+    Logging::AppendJsonInteger(m_text, category);
+    m_text.AppendLiteral(",\"index\":");
+    Logging::AppendJsonInteger(m_text, index);
+    Finish();
+}
+
+void CRemoteLogger::SendFormattedValue(const char* key, int category, int index, const char* format,
+                                       va_list args) {
+    Begin("value");
+    m_text.AppendLiteral(",\"key\":");
+    Logging::AppendJsonString(m_text, key, std::strlen(key));
+    m_text.AppendLiteral(",\"value\":");
+    Logging::AppendJsonFormatted(m_text, format, args);
+    m_text.AppendLiteral(",\"category\":");
+    Logging::AppendJsonInteger(m_text, category);
+    m_text.AppendLiteral(",\"index\":");
+    Logging::AppendJsonInteger(m_text, index);
+    Finish();
 }
 
 void CRemoteLogger::SendLine(int level, const std::string& text) {
-    std::string datagram = Opening(m_clientName, "line");
-    AddInteger(datagram, "level", level);
-    AddString(datagram, "text", text);
-    m_sender.Send(Close(datagram));
+    Begin("line");
+    m_text.AppendLiteral(",\"level\":");
+    Logging::AppendJsonInteger(m_text, level);
+    m_text.AppendLiteral(",\"text\":");
+    Logging::AppendJsonString(m_text, text);
+    Finish();
+}
+
+void CRemoteLogger::SendFormattedLine(int level, const char* format, va_list args) {
+    Begin("line");
+    m_text.AppendLiteral(",\"level\":");
+    Logging::AppendJsonInteger(m_text, level);
+    m_text.AppendLiteral(",\"text\":");
+    Logging::AppendJsonFormatted(m_text, format, args);
+    Finish();
 }
 
 void CRemoteLogger::SendEvent(const std::string& name) {
-    std::string text = Opening(m_clientName, "event");
-    AddString(text, "name", name);
-    m_sender.Send(Close(text));
+    Begin("event");
+    m_text.AppendLiteral(",\"name\":");
+    Logging::AppendJsonString(m_text, name);
+    Finish();
+}
+
+void CRemoteLogger::BeginRawPiece(const std::string& name, size_t offset, size_t total) {
+    Begin("raw");
+    m_text.AppendLiteral(",\"name\":");
+    Logging::AppendJsonString(m_text, name);
+    m_text.AppendLiteral(",\"offset\":");
+    m_text.AppendUnsigned(offset);
+    m_text.AppendLiteral(",\"total\":");
+    m_text.AppendUnsigned(total);
+    m_text.AppendLiteral(",\"data\":\"");
 }
 
 void CRemoteLogger::SendRawData(const std::string& name, const std::string& bytes) {
     if (bytes.empty()) return;
     // A piece's datagram without its data tells how much room the data has;
     // the slack covers a longer time stamp than the one measured.
-    Json empty = RawPiece(m_clientName, name, bytes.size(), bytes.size(), "");
-    const size_t overhead = Finish(empty).size() + 32;
+    BeginRawPiece(name, bytes.size(), bytes.size());
+    m_text.AppendLiteral("\",\"time\":");
+    m_timeStamp.Append(m_text, Core::Time::Now().Milliseconds());
+    m_text.Append('}');
+    const size_t overhead = m_text.Size() + kRawSlack;
     const size_t room = kMaxDatagramSize > overhead ? kMaxDatagramSize - overhead : 0;
     const size_t pieceSize = std::max<size_t>(room / 4 * 3, 3);
 
     for (size_t offset = 0; offset < bytes.size(); offset += pieceSize) {
-        Json piece = RawPiece(m_clientName, name, offset, bytes.size(),
-                              Logging::Base64Encode(bytes.substr(offset, pieceSize)));
-        m_sender.Send(Finish(piece));
+        BeginRawPiece(name, offset, bytes.size());
+        Logging::AppendBase64(m_text, bytes.data() + offset,
+                              std::min(pieceSize, bytes.size() - offset));
+        m_text.Append('"');
+        Finish();
     }
 }
 
 void CRemoteLogger::SendAlarm(EAlarmAction action, int32_t code, int32_t index, int32_t argument) {
-    Json datagram = Datagram(m_clientName, "alarm");
-    datagram["action"] = action == EAlarmAction::Raise ? "raise" : "clear";
-    datagram["code"] = code;
-    datagram["index"] = index;
-    datagram["argument"] = argument;
-    m_sender.Send(Finish(datagram));
+    Begin("alarm");
+    if (action == EAlarmAction::Raise) {
+        m_text.AppendLiteral(",\"action\":\"raise\"");
+    } else {
+        m_text.AppendLiteral(",\"action\":\"clear\"");
+    }
+    m_text.AppendLiteral(",\"code\":");
+    Logging::AppendJsonInteger(m_text, code);
+    m_text.AppendLiteral(",\"index\":");
+    Logging::AppendJsonInteger(m_text, index);
+    m_text.AppendLiteral(",\"argument\":");
+    Logging::AppendJsonInteger(m_text, argument);
+    Finish();
 }
 
 void CRemoteLogger::SendCondition(const std::string& name, int64_t value) {
-    Json datagram = Datagram(m_clientName, "condition");
-    datagram["name"] = name;
-    datagram["value"] = value;
-    m_sender.Send(Finish(datagram));
+    Begin("condition");
+    m_text.AppendLiteral(",\"name\":");
+    Logging::AppendJsonString(m_text, name);
+    m_text.AppendLiteral(",\"value\":");
+    Logging::AppendJsonInteger(m_text, value);
+    Finish();
 }
 
 void PublishValue(CRemoteLogger& logger, const char* key, const char* format, ...) {
     va_list args;
     va_start(args, format);
-    const std::string value = Logging::FormatText(format, args);
+    logger.SendFormattedValue(key, CRemoteLogger::kValueCategory, CRemoteLogger::kValueIndex,
+                              format, args);
     va_end(args);
-    logger.SendValue(key, value, CRemoteLogger::kValueCategory, CRemoteLogger::kValueIndex);
 }
 
 void LogLine(CRemoteLogger& logger, const char* format, ...) {
     va_list args;
     va_start(args, format);
-    const std::string text = Logging::FormatText(format, args);
+    logger.SendFormattedLine(CRemoteLogger::kLineLevel, format, args);
     va_end(args);
-    logger.SendLine(CRemoteLogger::kLineLevel, text);
 }

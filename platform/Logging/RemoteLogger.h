@@ -4,11 +4,14 @@
 // client's name and a Unix time stamp. It never blocks and never fails its
 // caller; with no log server listening the datagrams are simply lost.
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
 #include "platform/Logging/DatagramSender.h"
+#include "platform/Logging/DatagramText.h"
+#include "platform/Logging/TextBuffer.h"
 
 class CConfig;
 
@@ -46,8 +49,15 @@ public:
 
     // A diagnostic value: key, its text, category and index ("value" datagram).
     void SendValue(const std::string& key, const std::string& value, int category, int index);
+    // As SendValue, with the text made from a printf-style format and its
+    // arguments, which it uses up (the caller only va_ends them).
+    void SendFormattedValue(const char* key, int category, int index, const char* format,
+                            va_list args) __attribute__((format(printf, 5, 0)));
     // One free-text log line at the given level ("line").
     void SendLine(int level, const std::string& text);
+    // As SendLine, with the line made from a printf-style format and its arguments.
+    void SendFormattedLine(int level, const char* format, va_list args)
+        __attribute__((format(printf, 3, 0)));
     // A named event, such as a port time-out ("event").
     void SendEvent(const std::string& name);
     // A block of raw receiver bytes (any bytes, NULs included) handed over for
@@ -65,11 +75,24 @@ public:
     uint64_t GetDroppedCount() const { return m_sender.GetDroppedCount(); }
 
 private:
+    // Starts a datagram of the given type in m_text: the opening brace, the
+    // client and the type; the fields that follow each begin with a comma.
+    template <size_t N>
+    void Begin(const char (&type)[N]);
+    // Ends the datagram in m_text with its time stamp, Unix seconds to the
+    // millisecond, and sends it.
+    void Finish();
+    // Writes a raw-data piece up to the text of its data.
+    void BeginRawPiece(const std::string& name, size_t offset, size_t total);
+
     const CConfig& m_config;
     std::string m_clientName;
     std::string m_defaultHost;
     int m_defaultPort;
     Logging::CDatagramSender m_sender;
+    std::string m_opening;        // the opening brace and the client field, written once
+    Logging::CTextBuffer m_text;  // the datagram being written, kept between datagrams
+    Logging::CTimeStampText m_timeStamp;
 };
 
 // Publishes a diagnostic value whose text is made from a printf-style format,

@@ -75,4 +75,26 @@ TEST(FormatTextTest, MixedFormatsMatchPrintfAndFallBackForTheRest) {
     EXPECT_EQ(std::string(300, 'y') + "1", Format("%s%d", std::string(300, 'y').c_str(), 1));
 }
 
+std::string AppendAfter(const std::string& before, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
+std::string AppendAfter(const std::string& before, const char* format, ...) {
+    Logging::CTextBuffer text;
+    text.Append(before);
+    va_list args;
+    va_start(args, format);
+    Logging::AppendFormatted(text, format, args);
+    va_end(args);
+    return text.ToString();
+}
+
+TEST(FormatTextTest, AppendingKeepsWhatWasThereAndDropsAHalfPrintedPlainAttempt) {
+    // "%x" is left to the C library after "7 then " was printed the quick way:
+    // that part must be printed once, not twice.
+    EXPECT_EQ("key=7 then 1f", AppendAfter("key=", "%d then %x", 7, 31));
+    EXPECT_EQ("key=", AppendAfter("key=", "%s", ""));
+    const std::string longText(1000, 'L');
+    EXPECT_EQ("key=" + longText + "|  5", AppendAfter("key=", "%s|%3d", longText.c_str(), 5));
+    EXPECT_EQ("key=1.500000,7", AppendAfter("key=", "%lf,%d", 1.5, 7));
+}
+
 }  // namespace

@@ -102,6 +102,97 @@ TEST_F(RemoteLoggerTest, EveryKindCarriesExactlyTheDocumentedFields) {
     }
 }
 
+// The datagram the JSON library's compact dump gives for client, fields in
+// order and the time stamp the datagram carries.
+std::string LibraryDatagram(const std::string& client, const nlohmann::ordered_json& fields,
+                            const std::string& received) {
+    using Ordered = nlohmann::ordered_json;
+    Ordered expected;
+    expected["client"] = client;
+    for (const auto& field : fields.items()) expected[field.key()] = field.value();
+    expected["time"] = Ordered::parse(received, nullptr, false).value("time", -1.0);
+    return expected.dump(-1, ' ', false, Ordered::error_handler_t::replace);
+}
+
+TEST(RemoteLoggerTextTest, EveryKindIsByteForByteTheLibrarysDumpOfItsFields) {
+    using Ordered = nlohmann::ordered_json;
+    using Action = CRemoteLogger::EAlarmAction;
+    struct SCase {
+        const char* name;
+        std::function<void(CRemoteLogger&)> send;
+        Ordered fields;  // in their order, without client and time
+    };
+    const std::string longText(3000, 'w');
+    const std::vector<SCase> cases = {
+        {"Value",
+         [](CRemoteLogger& l) { PublishValue(l, "checksum_stats", "%d,%d", 12, 3); },
+         {{"type", "value"},
+          {"key", "checksum_stats"},
+          {"value", "12,3"},
+          {"category", 3},
+          {"index", -1}}},
+        {"ValueAfterALongerOne",
+         [](CRemoteLogger& l) { PublishValue(l, "QLS_42", "%d", 1); },
+         {{"type", "value"}, {"key", "QLS_42"}, {"value", "1"}, {"category", 3}, {"index", -1}}},
+        {"ValueFromTheCLibrary",
+         [](CRemoteLogger& l) { PublishValue(l, "pos", "%.3f,%5d", 1.23456, 42); },
+         {{"type", "value"},
+          {"key", "pos"},
+          {"value", "1.235,   42"},
+          {"category", 3},
+          {"index", -1}}},
+        {"ValueWithEscapesAndBadUtf8",
+         [](CRemoteLogger& l) { PublishValue(l, "k\\ey\"", "%s", "\xAA\x44\x12 \"OEMV\"\n\xFF"); },
+         {{"type", "value"},
+          {"key", "k\\ey\""},
+          {"value", "\xAA\x44\x12 \"OEMV\"\n\xFF"},
+          {"category", 3},
+          {"index", -1}}},
+        {"ValueOfAnyCategory",
+         [](CRemoteLogger& l) { l.SendValue("k", "v\t", -7, 12); },
+         {{"type", "value"}, {"key", "k"}, {"value", "v\t"}, {"category", -7}, {"index", 12}}},
+        {"LongLine",
+         [&](CRemoteLogger& l) { LogLine(l, "%s%d", longText.c_str(), 1); },
+         {{"type", "line"}, {"level", 4}, {"text", longText + "1"}}},
+        {"Line",
+         [](CRemoteLogger& l) { l.SendLine(2, "\x01 odd \xC3"); },
+         {{"type", "line"}, {"level", 2}, {"text", "\x01 odd \xC3"}}},
+        {"Event",
+         [](CRemoteLogger& l) { l.SendEvent("QuillondPortTimeout"); },
+         {{"type", "event"}, {"name", "QuillondPortTimeout"}}},
+        {"Raw",
+         [](CRemoteLogger& l) { l.SendRawData("Port\"1", std::string("\xAA\x00\x12\x7F", 4)); },
+         {{"type", "raw"}, {"name", "Port\"1"}, {"offset", 0}, {"total", 4}, {"data", "qgASfw=="}}},
+        {"AlarmRaise",
+         [](CRemoteLogger& l) { l.SendAlarm(Action::Raise, 79141, 0, 1); },
+         {{"type", "alarm"}, {"action", "raise"}, {"code", 79141}, {"index", 0}, {"argument", 1}}},
+        {"AlarmClear",
+         [](CRemoteLogger& l) { l.SendAlarm(Action::Clear, -70922, -6, 0); },
+         {{"type", "alarm"},
+          {"action", "clear"},
+          {"code", -70922},
+          {"index", -6},
+          {"argument", 0}}},
+        {"Condition",
+         [](CRemoteLogger& l) { l.SendCondition("receiver_port_timeout", INT64_C(-9000000000)); },
+         {{"type", "condition"},
+          {"name", "receiver_port_timeout"},
+          {"value", INT64_C(-9000000000)}}},
+    };
+    TempDir dir;
+    CLogServerStub server;
+    CConfig config(TestSupport::WriteServerConfig(dir, "127.0.0.1", server.Port()));
+    for (const std::string& client : {std::string(kClient), std::string("Odd \"client\"\t\xFE")}) {
+        CRemoteLogger logger(client, config);
+        for (const SCase& c : cases) {
+            SCOPED_TRACE(client + " " + c.name);
+            c.send(logger);
+            const std::string received = server.Receive();
+            EXPECT_EQ(LibraryDatagram(client, c.fields, received), received);
+        }
+    }
+}
+
 TEST_F(RemoteLoggerTest, PrintfWrappersDoNotTruncateLongText) {
     const std::string longText(20000, 'x');
     PublishValue(m_logger, "long", "<%s|%05d>", longText.c_str(), 42);
