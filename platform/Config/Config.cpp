@@ -79,7 +79,7 @@ CConfig::CConfig(const std::string& path) : m_path(path) {
 
 std::string CConfig::GetString(const std::string& section, const std::string& key,
                                const std::string& defaultValue) const {
-    const Key wanted(section, key);
+    const SKeyView wanted{section, key};
     const auto change = m_changes.find(wanted);
     if (change != m_changes.end()) return change->second;
     const auto entry = m_values.find(wanted);
@@ -88,24 +88,24 @@ std::string CConfig::GetString(const std::string& section, const std::string& ke
 
 int32_t CConfig::GetInteger(const std::string& section, const std::string& key,
                             int32_t defaultValue) const {
-    const Key wanted(section, key);
-    std::string text;
-    std::string where;
+    const SKeyView wanted{section, key};
     const auto change = m_changes.find(wanted);
-    const auto entry = m_values.find(wanted);
+    const auto entry = change == m_changes.end() ? m_values.find(wanted) : m_values.end();
+    const std::string* text = nullptr;
     if (change != m_changes.end()) {
-        text = change->second;
-        where = m_path + " (not yet committed)";
+        text = &change->second;
     } else if (entry != m_values.end()) {
-        text = entry->second.value;
-        where = m_path + ":" + std::to_string(entry->second.line);
+        text = &entry->second.value;
     } else {
         return defaultValue;
     }
     int32_t value = 0;
-    if (Core::Utilities::ParseInt(text, value)) return value;
-    ReportOnce("integer\n" + section + "\n" + key + "\n" + text,
-               "CConfig: " + where + ": [" + section + "] " + key + " = \"" + text +
+    if (Core::Utilities::ParseInt(*text, value)) return value;
+    const std::string where = change != m_changes.end()
+                                  ? m_path + " (not yet committed)"
+                                  : m_path + ":" + std::to_string(entry->second.line);
+    ReportOnce("integer\n" + section + "\n" + key + "\n" + *text,
+               "CConfig: " + where + ": [" + section + "] " + key + " = \"" + *text +
                    "\" is not a whole decimal number; using the default " +
                    std::to_string(defaultValue));
     return defaultValue;

@@ -49,6 +49,24 @@ private:
         std::string value;
         size_t line;  // 1-based line in the file
     };
+    // A section and key looked up without copying them into a Key: values are
+    // read once per published value, so a lookup must not allocate.
+    struct SKeyView {
+        const std::string& section;
+        const std::string& key;
+    };
+    struct SKeyLess {
+        using is_transparent = void;
+        bool operator()(const Key& a, const Key& b) const { return a < b; }
+        bool operator()(const Key& a, const SKeyView& b) const {
+            const int order = a.first.compare(b.section);
+            return order < 0 || (order == 0 && a.second < b.key);
+        }
+        bool operator()(const SKeyView& a, const Key& b) const {
+            const int order = a.section.compare(b.first);
+            return order < 0 || (order == 0 && a.key < b.second);
+        }
+    };
 
     // Reads the file into text (empty when there is no file); false with the
     // reason in error when it exists but cannot be read.
@@ -63,9 +81,9 @@ private:
     void ReportCommitFailure(const std::string& message);
 
     std::string m_path;
-    std::vector<std::string> m_lines;      // the file as last read, line by line
-    std::map<Key, SEntry> m_values;        // the effective (last) value of each key in the file
-    std::map<Key, std::string> m_changes;  // set here since the last read or commit
+    std::vector<std::string> m_lines;          // the file as last read, line by line
+    std::map<Key, SEntry, SKeyLess> m_values;  // the effective (last) value of each key in the file
+    std::map<Key, std::string, SKeyLess> m_changes;  // set here since the last read or commit
     // For each section, the index in m_lines where a new key of it is inserted.
     std::map<std::string, size_t> m_insertAt;
     mutable std::set<std::string> m_reported;  // tags of messages already printed

@@ -1,12 +1,13 @@
 #include "platform/Logging/DatagramSender.h"
 
-#include <netdb.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+
+#include "platform/Core/NumericAddress.h"
 
 namespace Logging {
 
@@ -42,34 +43,25 @@ bool CDatagramSender::Open(const std::string& host, int port) {
         return false;
     }
 
-    // Only numeric addresses are looked up, so a missing name server can
-    // never hold up the caller; the log server runs on the device itself.
-    const std::string numericHost = host == "localhost" ? "127.0.0.1" : host;
-    struct addrinfo hints;
-    std::memset(&hints, 0, sizeof(hints));
-    hints.ai_family = AF_UNSPEC;
-    hints.ai_socktype = SOCK_DGRAM;
-    hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
-    struct addrinfo* found = nullptr;
-    const int result =
-        ::getaddrinfo(numericHost.c_str(), std::to_string(port).c_str(), &hints, &found);
-    if (result != 0 || found == nullptr) {
+    // Only numeric addresses are taken, so a missing name server can never hold
+    // up the caller; the log server runs on the device itself.
+    Core::SSocketAddress destination;
+    if (host.empty() || !Core::ParseNumericAddress(host, port, destination)) {
         std::fprintf(stderr,
-                     "%s: log server host \"%s\" is not a numeric address or localhost (%s); "
+                     "%s: log server host \"%s\" is not a numeric address or localhost; "
                      "log datagrams are dropped\n",
-                     m_clientName.c_str(), host.c_str(), ::gai_strerror(result));
+                     m_clientName.c_str(), host.c_str());
         return false;
     }
 
-    m_socket = ::socket(found->ai_family, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    m_socket = ::socket(destination.Family(), SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (m_socket < 0) {
         std::fprintf(stderr, "%s: cannot open a socket for the log server %s: %s\n",
                      m_clientName.c_str(), m_destinationText.c_str(), std::strerror(errno));
     } else {
-        std::memcpy(&m_destination, found->ai_addr, found->ai_addrlen);
-        m_destinationLength = found->ai_addrlen;
+        m_destination = destination.storage;
+        m_destinationLength = destination.length;
     }
-    ::freeaddrinfo(found);
     return m_socket >= 0;
 }
 
