@@ -101,7 +101,8 @@ int CPortHandler::Process(bool ready) {
         }
     }
 
-    m_rawBuffer.append(bytes.begin(), bytes.end());
+    // One copy of the block (appending through the vector's iterators went byte by byte).
+    m_rawBuffer.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (m_rawBuffer.size() > kRawBlockThreshold) FlushRawData();
     return 1;
 }

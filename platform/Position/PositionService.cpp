@@ -222,15 +222,20 @@ void CPositionService::PublishSolution(const Position::SECEFPositionSolutionData
     m_solution = solution;
     m_haveSolution = true;
     ++m_solutionCount;
-    SendToWatchers(GpsdReports::TPV(solution, GetGeoidalSeparation(), m_devicePath));
+    // Reports are written only for someone: most of the time nobody watches.
+    if (GetWatcherCount() > 0) {
+        SendToWatchers(GpsdReports::TPV(solution, GetGeoidalSeparation(), m_devicePath));
+    }
     FeedNMEAService(solution);
 }
 
 void CPositionService::PublishSkyView(const std::vector<CPositionAPI::sSSatinfo>& satellites) {
     m_skyView = satellites;
     m_haveSkyView = true;
-    SendToWatchers(
-        GpsdReports::Sky(satellites, m_haveSolution ? &m_solution : nullptr, m_devicePath));
+    if (GetWatcherCount() > 0) {
+        SendToWatchers(
+            GpsdReports::Sky(satellites, m_haveSolution ? &m_solution : nullptr, m_devicePath));
+    }
 }
 
 void CPositionService::SetBasePosition(double x, double y, double z) {
