@@ -41,26 +41,6 @@ std::string RecordedLog(int count) {
     return log;
 }
 
-// Connects to 127.0.0.1:port, trying until the deadline; -1 when it never worked.
-int ConnectWithin(int port, double seconds) {
-    const auto deadline = std::chrono::steady_clock::now() +
-                          std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
-    while (std::chrono::steady_clock::now() < deadline) {
-        int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        struct sockaddr_in address;
-        std::memset(&address, 0, sizeof(address));
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (::connect(fd, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)) == 0) {
-            return fd;
-        }
-        ::close(fd);
-        ::usleep(20000);
-    }
-    return -1;
-}
-
 // Reads until the end of the stream; the result of the last recv (0 for an
 // orderly close, -1 with errno for a reset), or -2 when nothing ended it in time.
 ssize_t ReadToEnd(int fd, double seconds, int& error) {
@@ -100,7 +80,7 @@ TEST_F(NMEAServiceDaemonTest, ServesAClientDuringAReplayAndStillExitsZero) {
     SProcessResult result;
     std::thread daemon([&] { result = Replay(port); });
 
-    const int client = ConnectWithin(port, 30.0);
+    const int client = TestSupport::ConnectLoopback(port, 30.0);
     int error = 0;
     const ssize_t end = client >= 0 ? ReadToEnd(client, 60.0, error) : -2;
     if (client >= 0) ::close(client);

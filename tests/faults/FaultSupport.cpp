@@ -115,24 +115,6 @@ std::string CChild::StandardError() const {
     return TestSupport::ReadWholeFile(m_dir.File("stderr"));
 }
 
-int ConnectLoopback(int port, double seconds) {
-    const auto deadline = After(seconds);
-    do {
-        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        struct sockaddr_in address;
-        std::memset(&address, 0, sizeof(address));
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (::connect(fd, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)) == 0) {
-            return fd;
-        }
-        ::close(fd);
-        Pause(0.02);
-    } while (Clock::now() < deadline);
-    return -1;
-}
-
 std::string ReadUntil(int fd, const std::string& text, double seconds) {
     const auto deadline = After(seconds);
     std::string received;

@@ -47,8 +47,7 @@ private:
     int m_status = -1;  // exit status once reaped
 };
 
-// A TCP connection to 127.0.0.1:port, retried until the deadline; -1 when none.
-int ConnectLoopback(int port, double seconds);
+using TestSupport::ConnectLoopback;
 
 // Reads from fd until text has arrived (returns everything read) or the time is up.
 std::string ReadUntil(int fd, const std::string& text, double seconds);

@@ -200,7 +200,7 @@ TEST(GpsdOutputsTest, GpsdReadingTheNmeaPortReportsTheFedPosition) {
         {kGpsd, "-N", "-n", "-b", "-F", dir.File("gpsd.sock"), "-P", dir.File("gpsd.pid"), "-S",
          std::to_string(gpsdPort), "tcp://127.0.0.1:" + std::to_string(daemon.NmeaPort())},
         dir.File("gpsd.log"));
-    const int probe = PipelineTest::ConnectWithin(gpsdPort, 30.0);
+    const int probe = TestSupport::ConnectLoopback(gpsdPort, 30.0);
     ASSERT_GE(probe, 0) << "gpsd did not listen on " << gpsdPort;
     ::close(probe);
 

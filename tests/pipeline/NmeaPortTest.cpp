@@ -35,7 +35,7 @@ std::string NmeaAngle(double degrees, int degreeDigits, char positive, char nega
 TEST(NmeaPortTest, PassesOnlyAcceptedReceiverSentencesThenTheSolutionsOwn) {
     CPipelineDaemon daemon;
     ASSERT_TRUE(daemon.Start()) << daemon.StandardError();
-    const int client = PipelineTest::ConnectWithin(daemon.NmeaPort(), 10.0);
+    const int client = TestSupport::ConnectLoopback(daemon.NmeaPort(), 10.0);
     ASSERT_GE(client, 0);
 
     SEpochTime time;

@@ -270,7 +270,7 @@ bool CPipelineDaemon::Start() {
         ::_exit(127);
     }
     for (int port : {m_nmeaPort, m_positionPort}) {
-        const int fd = ConnectWithin(port, 30.0);
+        const int fd = TestSupport::ConnectLoopback(port, 30.0);
         if (fd < 0) return false;
         ::close(fd);
     }
@@ -379,24 +379,6 @@ bool CPipelineDaemon::WaitForValues(const std::string& key, size_t count, double
 }
 
 // ---- Clients ----
-
-int ConnectWithin(int port, double seconds) {
-    const double start = Now();
-    while (Now() - start < seconds) {
-        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        struct sockaddr_in address;
-        std::memset(&address, 0, sizeof(address));
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (::connect(fd, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)) == 0) {
-            return fd;
-        }
-        ::close(fd);
-        ::usleep(20000);
-    }
-    return -1;
-}
 
 bool SendAll(int fd, const std::string& bytes) {
     size_t done = 0;

@@ -126,8 +126,6 @@ private:
 
 // ---- Clients ----
 
-// Connects to 127.0.0.1:port; -1 when that does not work within the time.
-int ConnectWithin(int port, double seconds);
 // Sends all bytes (blocking); false on failure.
 bool SendAll(int fd, const std::string& bytes);
 // Reads lines (without their CR LF) until done(lines) holds, the peer closes

@@ -26,7 +26,7 @@ const char kWatch[] = "?WATCH={\"enable\":true,\"json\":true};\n";
 // A client socket with a small receive buffer, so one that never reads
 // backs up into the daemon soon.
 int SmallWindowClient(int port) {
-    const int fd = PipelineTest::ConnectWithin(port, 10.0);
+    const int fd = TestSupport::ConnectLoopback(port, 10.0);
     if (fd >= 0) {
         const int size = 4096;
         ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
@@ -47,13 +47,13 @@ TEST(ServiceLoadTest, StalledAndGarbageClientsCostNoRecordAndNoReport) {
     ASSERT_TRUE(daemon.Start()) << daemon.StandardError();
 
     // The well-behaved ones: a watching position client and an NMEA client.
-    const int goodPosition = PipelineTest::ConnectWithin(daemon.PositionPort(), 10.0);
+    const int goodPosition = TestSupport::ConnectLoopback(daemon.PositionPort(), 10.0);
     ASSERT_GE(goodPosition, 0);
     ASSERT_TRUE(PipelineTest::SendAll(goodPosition, kWatch));
     PipelineTest::ReadLinesUntil(goodPosition, 10.0, [](const std::vector<std::string>& lines) {
         return !lines.empty() && lines.back().find("\"class\":\"WATCH\"") != std::string::npos;
     });
-    const int goodNmea = PipelineTest::ConnectWithin(daemon.NmeaPort(), 10.0);
+    const int goodNmea = TestSupport::ConnectLoopback(daemon.NmeaPort(), 10.0);
     ASSERT_GE(goodNmea, 0);
 
     // Per service: 20 that never read, 20 that send garbage, 10 that sit idle.
@@ -148,7 +148,7 @@ TEST(ServiceLoadTest, StalledAndGarbageClientsCostNoRecordAndNoReport) {
 TEST(ServiceLoadTest, RequestWithInvalidUtf8GetsAnErrorReportAndTheDaemonGoesOn) {
     CPipelineDaemon daemon;
     ASSERT_TRUE(daemon.Start()) << daemon.StandardError();
-    const int client = PipelineTest::ConnectWithin(daemon.PositionPort(), 10.0);
+    const int client = TestSupport::ConnectLoopback(daemon.PositionPort(), 10.0);
     ASSERT_GE(client, 0);
     // The daemon used to abort on echoing these bytes in the ERROR report.
     ASSERT_TRUE(PipelineTest::SendAll(client, "?\x8B\xFFX;\n?VERSION;\n"));

@@ -1,9 +1,12 @@
 #include "tests/support/TestSupport.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <ftw.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -48,6 +51,25 @@ void WriteWholeFile(const std::string& path, const std::string& contents) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
     if (!out) throw std::runtime_error("cannot write " + path);
+}
+
+int ConnectLoopback(int port, double seconds) {
+    const auto deadline = std::chrono::steady_clock::now() +
+                          std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
+    do {
+        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        struct sockaddr_in address;
+        std::memset(&address, 0, sizeof(address));
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (::connect(fd, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)) == 0) {
+            return fd;
+        }
+        ::close(fd);
+        ::usleep(20000);
+    } while (std::chrono::steady_clock::now() < deadline);
+    return -1;
 }
 
 SProcessResult RunProcess(const std::vector<std::string>& argv,

@@ -40,6 +40,10 @@ struct SProcessResult {
 // extra environment variables, feeding it no standard input. A child still
 // running after timeoutSeconds gets timeoutSignal (and SIGKILL 10 s later),
 // so a daemon that runs until told to stop can be ended the normal way.
+// A TCP connection to 127.0.0.1:port, retried every 20 ms for up to `seconds`
+// while the server starts; the descriptor, or -1.
+int ConnectLoopback(int port, double seconds);
+
 SProcessResult RunProcess(const std::vector<std::string>& argv,
                           const std::map<std::string, std::string>& environment = {},
                           double timeoutSeconds = 60.0, int timeoutSignal = 9);
